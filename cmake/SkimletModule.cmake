@@ -1,0 +1,18 @@
+# skimlet_module(<folder under src> DEPS ...): a library named skimlet_<folder with / as _>
+# built from every .cc in the folder. Headers are included as "<folder>/<file>.h" from src/.
+set(SKIMLET_ALL_MODULES "" CACHE INTERNAL "")
+function(skimlet_module dir)
+  cmake_parse_arguments(M "" "" "DEPS" ${ARGN})
+  string(REPLACE "/" "_" name "skimlet_${dir}")
+  file(GLOB_RECURSE srcs CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/src/${dir}/*.cc)
+  if(srcs)
+    add_library(${name} STATIC ${srcs})
+    target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR}/src)
+    target_link_libraries(${name} PUBLIC ${M_DEPS})
+  else()
+    add_library(${name} INTERFACE)
+    target_include_directories(${name} INTERFACE ${PROJECT_SOURCE_DIR}/src)
+    target_link_libraries(${name} INTERFACE ${M_DEPS})
+  endif()
+  set(SKIMLET_ALL_MODULES ${SKIMLET_ALL_MODULES} ${name} CACHE INTERNAL "")
+endfunction()

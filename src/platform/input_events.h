@@ -1,0 +1,35 @@
+// Synthetic keyboard and mouse input (Quartz event services on macOS).
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+#include "platform/ax.h"
+
+namespace skimlet {
+
+// Modifier flags in the CGEventFlags convention.
+namespace keyflags {
+inline constexpr std::uint64_t none = 0;
+inline constexpr std::uint64_t shift = 0x20000;
+inline constexpr std::uint64_t control = 0x40000;
+inline constexpr std::uint64_t controlShift = 0x60000;
+inline constexpr std::uint64_t command = 0x100000;
+}  // namespace keyflags
+
+class InputEvents {
+ public:
+  virtual ~InputEvents() = default;
+  // A key-down then key-up of a virtual key with flags, from an event source in the HID system
+  // state, posted to the process. False when the events could not be created (nothing posted).
+  virtual bool postKey(Pid pid, std::uint16_t virtualKey, std::uint64_t flags) = 0;
+  // A key-down then key-up of virtual key 0 carrying the given UTF-16 code units as their
+  // Unicode string, posted to the process: how one user-perceived character is typed.
+  virtual bool postText(Pid pid, std::u16string_view units) = 0;
+  // A left-mouse-down then up at a screen point, posted to the HID event tap.
+  virtual bool postMouseClick(Point at) = 0;
+  // A scroll-wheel event of the given number of lines (positive scrolls down) over a point.
+  virtual bool postScrollWheel(Point at, int lines) = 0;
+};
+
+}  // namespace skimlet
