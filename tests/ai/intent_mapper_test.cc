@@ -1,0 +1,114 @@
+#include "ai/intent_mapper.h"
+
+#include <gtest/gtest.h>
+
+namespace skimlet {
+namespace {
+
+std::optional<Intent> mapped(std::string_view action, std::string_view target = "", int ordinal = 0,
+                             std::string_view text = "", std::string_view field = "",
+                             std::string_view input = "whatever the user typed") {
+  return IntentMapper::map(action, target, ordinal, text, field, input);
+}
+
+TargetSpec spec(std::string query, std::optional<int> ordinal = std::nullopt, RoleHint role = RoleHint::any) {
+  TargetSpec t;
+  t.query = std::move(query);
+  t.ordinal = ordinal;
+  t.role = role;
+  return t;
+}
+
+TEST(IntentMapper, ActionsWithoutArgumentsMapOneToOne) {
+  using NK = NavAction::Kind;
+  using SK = ScrollSpec::Kind;
+  const std::vector<std::pair<std::string, Intent>> table = {
+      {"read", intents::Read{}},
+      {"summarize", intents::Summarize{}},
+      {"scroll_down", intents::Scroll{{SK::down, ""}}},
+      {"scroll_up", intents::Scroll{{SK::up, ""}}},
+      {"scroll_top", intents::Scroll{{SK::top, ""}}},
+      {"scroll_bottom", intents::Scroll{{SK::bottom, ""}}},
+      {"back", intents::Navigate{{NK::back, 0, ""}}},
+      {"forward", intents::Navigate{{NK::forward, 0, ""}}},
+      {"reload", intents::Navigate{{NK::reload, 0, ""}}},
+      {"new_tab", intents::Navigate{{NK::newTab, 0, ""}}},
+      {"close_tab", intents::Navigate{{NK::closeTab, 0, ""}}},
+      {"next_tab", intents::Navigate{{NK::nextTab, 0, ""}}},
+      {"previous_tab", intents::Navigate{{NK::previousTab, 0, ""}}},
+      {"copy", intents::Key{KeyAction::copy}},
+      {"paste", intents::Key{KeyAction::paste}},
+      {"select_all", intents::Key{KeyAction::selectAll}},
+      {"enter", intents::Key{KeyAction::enter}},
+      {"escape", intents::Key{KeyAction::escape}},
+      {"list_buttons", intents::List{RoleHint::button}},
+      {"list_links", intents::List{RoleHint::link}},
+  };
+  for (const auto& [action, expected] : table) {
+    // Whatever else the model filled in does not matter for these.
+    auto got = mapped(action, " stray target ", 3, "stray", "field");
+    ASSERT_TRUE(got) << action;
+    EXPECT_EQ(*got, expected) << action;
+  }
+}
+
+TEST(IntentMapper, UnknownMisspelledOrCapitalisedActionsGiveNothing) {
+  for (const char* action : {"unknown", "", "Click", "CLICK", "scroll down", "scrolldown", " click", "open_links",
+                             "find_all", "fill_profile", "tab", "delete", "list_fields", "open_article"}) {
+    EXPECT_FALSE(mapped(action, "Sign in", 1, "hi", "box", "click sign in hi")) << '"' << action << '"';
+  }
+}
+
+TEST(IntentMapper, ClickAndOpenLinkNeedATargetOrAnOrdinal) {
+  EXPECT_EQ(mapped("click", "  blue shirt\n", 2), Intent(intents::Click{spec("blue shirt", 2)}));
+  EXPECT_EQ(mapped("click", "Sign in", 0), Intent(intents::Click{spec("Sign in")}));
+  EXPECT_EQ(mapped("click", "", 2), Intent(intents::Click{spec("", 2)}));
+  EXPECT_EQ(mapped("click", "", -1), Intent(intents::Click{spec("", -1)}));
+  EXPECT_FALSE(mapped("click", "", 0));
+  EXPECT_FALSE(mapped("click", " \n\t", 0));
+
+  EXPECT_EQ(mapped("open_link", "pricing", 0), Intent(intents::OpenLink{spec("pricing")}));
+  EXPECT_EQ(mapped("open_link", "", 3), Intent(intents::OpenLink{spec("", 3)}));
+  EXPECT_FALSE(mapped("open_link", "  ", 0));
+}
+
+TEST(IntentMapper, FindAndScrollToNeedATarget) {
+  EXPECT_EQ(mapped("find", " shipping costs "), Intent(intents::Find{"shipping costs"}));
+  EXPECT_FALSE(mapped("find", "\n"));
+  EXPECT_EQ(mapped("scroll_to", "Reviews"), Intent(intents::Scroll{{ScrollSpec::Kind::section, "Reviews"}}));
+  EXPECT_FALSE(mapped("scroll_to", ""));
+}
+
+TEST(IntentMapper, AskKeepsTheCommandAsTypedNotTheModelsWording) {
+  EXPECT_EQ(mapped("ask", "return policy", 0, "", "", "What's their Return Policy?"),
+            Intent(intents::Ask{"What's their Return Policy?"}));
+  EXPECT_EQ(mapped("ask", "", 0, "", "", "how long is shipping"), Intent(intents::Ask{"how long is shipping"}));
+}
+
+TEST(IntentMapper, TypeOnlyWhatTheUserWrote) {
+  intents::Type into;
+  into.text = "hello";
+  into.field = spec("search box", std::nullopt, RoleHint::field);
+  EXPECT_EQ(mapped("type", "", 0, "hello", "search box", "put hello in the search box"), Intent(into));
+
+  // The model invented the text: nothing is typed.
+  EXPECT_FALSE(mapped("type", "", 0, "hello", "search box", "search for shoes"));
+  EXPECT_FALSE(mapped("type", "", 0, "", "search box", "type into the search box"));
+
+  intents::Type focused;
+  focused.text = "Hello World";
+  EXPECT_EQ(mapped("type", "", 0, "Hello World", "", "enter hello world please"), Intent(focused));
+}
+
+TEST(IntentMapper, TypedTextIsFoundIgnoringCaseBeyondAscii) {
+  EXPECT_TRUE(mapped("type", "", 0, "ÉCOLE", "", "write école here"));
+  EXPECT_TRUE(mapped("type", "", 0, "straße", "", "write STRASSE there"));  // full case folding
+  EXPECT_TRUE(mapped("type", "", 0, "Ωμέγα", "", "type ωμέγα"));
+  // An accent typed as a separate mark still counts as the same letter.
+  EXPECT_TRUE(mapped("type", "", 0, "caf\u00e9", "", "type cafe\u0301 now"));
+  // Folding is about case only: a missing accent is a different text.
+  EXPECT_FALSE(mapped("type", "", 0, "café", "", "type cafe now"));
+}
+
+}  // namespace
+}  // namespace skimlet

@@ -1,0 +1,182 @@
+#include "ai/local_ai.h"
+
+#include <gtest/gtest.h>
+
+#include "ai/prompts.h"
+#include "support/stand_in_model.h"
+
+namespace skimlet {
+namespace {
+
+using testing::StandInModel;
+using testing::StandInSystemModel;
+
+TEST(LocalAIStatus, PrefersTheOwnModelThenTheSystemModelThenTheRules) {
+  StandInModel own;
+  StandInSystemModel system;
+  EXPECT_EQ(LocalAI(&own, &system).statusText(), "Local AI: Qwen2.5 1.5B");
+  EXPECT_EQ(LocalAI(nullptr, &system).statusText(), "Local AI: Apple Intelligence");
+  EXPECT_EQ(LocalAI(nullptr, nullptr).statusText(), "No local model \u2014 using built-in rules");
+  system.isAvailable = false;
+  EXPECT_EQ(LocalAI(nullptr, &system).statusText(), "No local model \u2014 using built-in rules");
+}
+
+TEST(LocalAIStatus, AnInstalledModelThatFailedToLoadIsNotUsable) {
+  StandInModel own;
+  own.loadError = "tensor blk.0.attn_q.weight is missing";
+  StandInSystemModel system;
+  LocalAI ai(&own, &system);
+  EXPECT_FALSE(ai.ownModelUsable());
+  EXPECT_EQ(ai.statusText(), "Local AI: Apple Intelligence");
+  EXPECT_EQ(ai.lastError(), own.loadError);
+  system.isAvailable = false;
+  EXPECT_EQ(ai.statusText(), "No local model \u2014 using built-in rules");
+
+  own.loadError.reset();
+  own.isInstalled = false;
+  EXPECT_EQ(LocalAI(&own, nullptr).statusText(), "No local model \u2014 using built-in rules");
+}
+
+TEST(LocalAIWithoutModels, AnswersNothing) {
+  LocalAI ai(nullptr, nullptr);
+  EXPECT_FALSE(ai.parseIntent("buy the blue shirt"));
+  EXPECT_FALSE(ai.choose("sign in", {"Sign in", "Sign up"}));
+  EXPECT_FALSE(ai.summarize("Title", "Some page text", nullptr));
+}
+
+TEST(LocalAIParseIntent, AsksTheOwnModelForOneShortLine) {
+  StandInModel own({"click|blue shirt|2||"});
+  StandInSystemModel system;
+  LocalAI ai(&own, &system);
+  auto intent = ai.parseIntent("buy the second blue shirt");
+  ASSERT_TRUE(intent);
+  TargetSpec expected;
+  expected.query = "blue shirt";
+  expected.ordinal = 2;
+  EXPECT_EQ(*intent, Intent(intents::Click{expected}));
+  auto asked = own.requests();
+  ASSERT_EQ(asked.size(), 1u);
+  EXPECT_EQ(asked[0].system, prompts::intentLine);
+  EXPECT_EQ(asked[0].user, "buy the second blue shirt");
+  EXPECT_EQ(asked[0].maxTokens, 40);
+  EXPECT_EQ(system.calls, 0);
+}
+
+TEST(LocalAIParseIntent, FallsThroughToTheSystemModelOnlyWhenTheOwnAnswerIsUnusable) {
+  StandInModel own({"unknown||0||", std::nullopt, "type||0|hello|search box"});
+  StandInSystemModel system;
+  system.intentReply = LLMIntent{"find", "shipping", 0, "", ""};
+  LocalAI ai(&own, &system);
+  EXPECT_EQ(ai.parseIntent("shipping?"), Intent(intents::Find{"shipping"}));  // own said unknown
+  EXPECT_EQ(ai.parseIntent("shipping?"), Intent(intents::Find{"shipping"}));  // own said nothing
+  // An invented text is refused, and the system model's answer is mapped against the command too.
+  system.intentReply = LLMIntent{"type", "", 0, "hello", ""};
+  EXPECT_FALSE(ai.parseIntent("search for shoes"));
+  EXPECT_EQ(system.calls, 3);
+  EXPECT_EQ(system.messages.back(), "search for shoes");
+
+  system.isAvailable = false;
+  StandInModel broken({"back||0||"});
+  broken.loadError = "bad file";
+  EXPECT_FALSE(LocalAI(&broken, &system).parseIntent("go back"));
+  EXPECT_TRUE(broken.requests().empty());
+}
+
+TEST(LocalAIChoose, ReadsTheDigitsOfTheReply) {
+  const std::vector<std::string> options = {"Sign in", "Sign up", "Help", "Cart", "Search"};
+  StandInSystemModel system;
+  system.choiceReply = LLMChoice{4};
+  struct Case {
+    const char* reply;
+    std::optional<int> index;
+    int systemCalls;
+  };
+  for (const Case& c : {Case{"2", 2, 0}, Case{"Option 2.", 2, 0}, Case{" 0\n", 0, 0}, Case{"-1", std::nullopt, 0},
+                        Case{"none: -1", std::nullopt, 0}, Case{"7", 4, 1}, Case{"5", 4, 1}, Case{"none", 4, 1},
+                        Case{"1-2", 4, 1}, Case{"-3", 4, 1}}) {
+    StandInModel own({c.reply});
+    system.calls = 0;
+    EXPECT_EQ(LocalAI(&own, &system).choose("log in", options), c.index) << c.reply;
+    EXPECT_EQ(system.calls, c.systemCalls) << c.reply;
+  }
+}
+
+TEST(LocalAIChoose, WritesNumberedOptionsWithTheChoicePrompt) {
+  StandInModel own({"1"});
+  EXPECT_EQ(LocalAI(&own, nullptr).choose("the blue one", {"Red shirt", "Blue shirt"}), 1);
+  auto asked = own.requests();
+  ASSERT_EQ(asked.size(), 1u);
+  EXPECT_EQ(asked[0].system, prompts::chooseLine);
+  EXPECT_EQ(asked[0].user, "User wants: the blue one\nOptions:\n0: Red shirt\n1: Blue shirt");
+  EXPECT_EQ(asked[0].maxTokens, 4);
+}
+
+TEST(LocalAIChoose, NoOptionsNeverReachAModel) {
+  StandInModel own({"0"});
+  StandInSystemModel system;
+  system.choiceReply = LLMChoice{0};
+  EXPECT_FALSE(LocalAI(&own, &system).choose("anything", {}));
+  EXPECT_TRUE(own.requests().empty());
+  EXPECT_EQ(system.calls, 0);
+}
+
+TEST(LocalAIChoose, TheSystemModelsIndexMustBeInRange) {
+  StandInSystemModel system;
+  LocalAI ai(nullptr, &system);
+  system.choiceReply = LLMChoice{2};
+  EXPECT_FALSE(ai.choose("x", {"a", "b"}));
+  system.choiceReply = LLMChoice{-1};
+  EXPECT_FALSE(ai.choose("x", {"a", "b"}));
+  system.choiceReply = LLMChoice{1};
+  EXPECT_EQ(ai.choose("x", {"a", "b"}), 1);
+  EXPECT_EQ(system.messages.back(), "User wants: x\nOptions:\n0: a\n1: b");
+}
+
+TEST(LocalAISummarize, StreamsTheGrowingSummary) {
+  StandInModel own({"• One point. • Another point."});
+  LocalAI ai(&own, nullptr);
+  std::vector<std::string> partials;
+  auto summary = ai.summarize("Pricing", "Plans start at $5.", [&](const std::string& s) { partials.push_back(s); });
+  EXPECT_EQ(summary, "• One point. • Another point.");
+  ASSERT_GE(partials.size(), 2u);
+  EXPECT_EQ(partials.front(), "•");
+  EXPECT_EQ(partials.back(), *summary);
+  auto asked = own.requests();
+  ASSERT_EQ(asked.size(), 1u);
+  EXPECT_EQ(asked[0].system, prompts::summaryLocal);
+  EXPECT_EQ(asked[0].user, "Title: Pricing\n\nPlans start at $5.");
+  EXPECT_EQ(asked[0].maxTokens, 260);
+}
+
+TEST(LocalAISummarize, NoAnswerFromEitherModelIsNoSummary) {
+  StandInModel own({std::nullopt, "  \n"});
+  StandInSystemModel system;
+  LocalAI ai(&own, &system);
+  EXPECT_FALSE(ai.summarize("T", "text", nullptr));
+  EXPECT_FALSE(ai.summarize("T", "text", nullptr));  // only white space
+  EXPECT_EQ(system.calls, 2);
+  system.summaryReply = "• From the system model";
+  EXPECT_EQ(ai.summarize("T", "text", nullptr), "• From the system model");
+}
+
+TEST(LocalAISummarize, AStoppedRequestStreamsNothingMore) {
+  for (bool careful : {true, false}) {
+    StandInModel own({"one two three four five"});
+    own.honoursStop = careful;
+    std::stop_source source;
+    own.beforePiece = [&](int piece) {
+      if (piece == 2) source.request_stop();
+    };
+    StandInSystemModel system;
+    system.summaryReply = "should not be asked";
+    std::vector<std::string> partials;
+    auto summary = LocalAI(&own, &system).summarize(
+        "T", "text", [&](const std::string& s) { partials.push_back(s); }, source.get_token());
+    EXPECT_FALSE(summary);
+    EXPECT_EQ(partials, (std::vector<std::string>{"one", "one two"})) << careful;
+    EXPECT_EQ(system.calls, 0);
+  }
+}
+
+}  // namespace
+}  // namespace skimlet
