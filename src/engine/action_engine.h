@@ -83,6 +83,15 @@ class ActionEngine : public std::enable_shared_from_this<ActionEngine> {
   bool reveal(const PageElement& element);
   // Outlines an element's recorded frame for a moment; nothing when it has none.
   void highlight(const PageElement& element, double seconds = 1.5);
+  // Live reads just before acting (the page may have moved since it was read). Failures give
+  // the empty text, nothing, or false.
+  std::string attributeText(const ax::ElementRef& element, std::string_view name);
+  std::optional<Rect> currentFrame(const ax::ElementRef& element);
+  bool isSettable(const ax::ElementRef& element, std::string_view name);
+  // Appends the page-read line and the "Page: " line for a snapshot just read.
+  static void notePage(const PageSnapshot& snap, std::vector<std::string>& dbg);
+  // The failure for a browser without a readable window.
+  ActionResult unreadable(std::vector<std::string> dbg) const;
 
   // --- Flows, each in its own file; each gets the trail so far and answers with it --------
 
@@ -106,6 +115,7 @@ class ActionEngine : public std::enable_shared_from_this<ActionEngine> {
   // navigate_flow.cc
   Outcome navigate(const NavAction& action, std::vector<std::string> dbg);
   std::optional<PageElement> chromeButton(const std::vector<std::string>& names, const PageSnapshot& snap);
+  Outcome switchToTab(const std::string& name, std::vector<std::string> dbg);
   // key_flow.cc
   ActionResult pressKey(KeyAction key, std::vector<std::string> dbg);
   // Activates the browser when needed, then posts one shortcut to its process.
@@ -128,7 +138,7 @@ class ActionEngine : public std::enable_shared_from_this<ActionEngine> {
   template <class R, class F>
   std::function<R()> followUp(F body) {
     std::weak_ptr<ActionEngine> weak = weak_from_this();
-    return [weak, body = std::move(body)]() -> R {
+    return [weak, body = std::move(body)]() mutable -> R {
       if (auto engine = weak.lock()) return body(*engine);
       return R(goneResult());
     };

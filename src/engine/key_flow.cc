@@ -1,0 +1,46 @@
+// Single keys pressed in the browser ("press enter", "select all").
+#include <cstdint>
+
+#include "engine/action_engine.h"
+
+namespace skimlet {
+
+namespace {
+struct KeyStroke {
+  std::uint16_t code;
+  std::uint64_t flags;
+};
+
+KeyStroke strokeFor(KeyAction key) {
+  switch (key) {
+    case KeyAction::copy: return {8, keyflags::command};
+    case KeyAction::paste: return {9, keyflags::command};
+    case KeyAction::selectAll: return {0, keyflags::command};
+    case KeyAction::enter: return {36, keyflags::none};
+    case KeyAction::escape: return {53, keyflags::none};
+    case KeyAction::tab: return {48, keyflags::none};
+    case KeyAction::del: return {51, keyflags::none};
+    case KeyAction::up: return {126, keyflags::none};
+    case KeyAction::down: return {125, keyflags::none};
+    case KeyAction::left: return {123, keyflags::none};
+    case KeyAction::right: return {124, keyflags::none};
+  }
+  return {36, keyflags::none};
+}
+}  // namespace
+
+void ActionEngine::sendShortcut(std::uint16_t virtualKey, std::uint64_t flags) {
+  // Keys go to the process, but a browser in the background may ignore them.
+  Pid pid = target_.app.pid;
+  if (!platform_.workspace.isActive(pid)) platform_.workspace.activate(pid);
+  platform_.input.postKey(pid, virtualKey, flags);
+}
+
+ActionResult ActionEngine::pressKey(KeyAction key, std::vector<std::string> dbg) {
+  auto stroke = strokeFor(key);
+  sendShortcut(stroke.code, stroke.flags);
+  dbg.push_back("Keyboard event sent to " + browserName());
+  return ActionResult::success("Pressed **" + title(key) + "**", std::move(dbg));
+}
+
+}  // namespace skimlet

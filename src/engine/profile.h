@@ -1,0 +1,17 @@
+// The user's saved name, e-mail and phone, which "fill my email" types for them. Written by the
+// Settings window (and `skimlet profile`); Skimlet never makes these up.
+#pragma once
+
+#include <string>
+
+#include "intent/intent.h"
+#include "platform/settings.h"
+
+namespace skimlet::Profile {
+
+// "profile.name", "profile.email" or "profile.phone".
+std::string key(ProfileField field);
+// The stored value trimmed of white space at both ends; empty when nothing is stored.
+std::string value(Settings& settings, ProfileField field);
+
+}  // namespace skimlet::Profile
