@@ -1,0 +1,267 @@
+#include "qa/page_qa.h"
+
+#include <algorithm>
+#include <cmath>
+#include <tuple>
+#include <unordered_map>
+#include <unordered_set>
+
+#include "text/text_util.h"
+
+namespace skimlet {
+namespace {
+
+constexpr double synonymWeight = 0.45;
+constexpr double headingBonus = 1.5;
+constexpr double phraseBonus = 1.6;
+constexpr double headingLineBoost = 1.3;
+
+std::string join(const std::vector<std::string>& parts, std::string_view sep) {
+  std::string out;
+  for (std::size_t i = 0; i < parts.size(); ++i) {
+    if (i) out += sep;
+    out += parts[i];
+  }
+  return out;
+}
+
+void sortByScore(std::vector<Ranked>& ranked) {
+  std::stable_sort(ranked.begin(), ranked.end(), [](const Ranked& a, const Ranked& b) { return a.score > b.score; });
+}
+
+// A chunk's text without its heading line, on one line: what a reader sees as the section body.
+std::string body(const PageChunk& chunk) {
+  std::vector<std::string> pieces;
+  std::string_view text = chunk.text;
+  std::size_t start = 0;
+  while (start <= text.size()) {
+    std::size_t end = text.find('\n', start);
+    if (end == std::string_view::npos) end = text.size();
+    if (end > start) pieces.emplace_back(text.substr(start, end - start));
+    start = end + 1;
+  }
+  if (!chunk.heading.empty() && !pieces.empty()) pieces.erase(pieces.begin());
+  return join(pieces, " ");
+}
+
+const std::string& titleOf(const PageSnapshot& snapshot) {
+  return snapshot.pageTitle.empty() ? snapshot.windowTitle : snapshot.pageTitle;
+}
+
+}  // namespace
+
+QAExcerpts::QAExcerpts(const PageSnapshot& snapshot, std::string_view query, bool localModelReady)
+    : chunks(PageQA::excerpts(snapshot, query, localModelReady ? localModelBudget : defaultBudget)) {
+  std::vector<std::string> texts;
+  texts.reserve(chunks.size());
+  for (const auto& c : chunks) texts.push_back(c.text);
+  text = join(texts, separator);
+}
+
+namespace PageQA {
+
+std::vector<Ranked> rank(const std::vector<std::string>& texts, const std::vector<std::string>* headings,
+                         std::string_view query) {
+  const std::vector<std::string> q = TextUtil::contentTokens(query);
+  if (q.empty() || texts.empty()) return {};
+
+  // Terms in the order they were first weighted, so sums are added in a fixed order.
+  std::vector<std::pair<std::string, double>> terms;
+  std::unordered_map<std::string, double> weight;
+  for (const auto& t : q)
+    if (weight.emplace(t, 1.0).second) terms.emplace_back(t, 1.0);
+  for (const auto& t : q)
+    for (const auto& s : TextUtil::synonyms(t))
+      if (weight.emplace(s, synonymWeight).second) terms.emplace_back(s, synonymWeight);
+
+  const double n = static_cast<double>(texts.size());
+  std::vector<std::vector<std::string>> tokens(texts.size());
+  std::vector<std::unordered_map<std::string, int>> counts(texts.size());
+  std::unordered_map<std::string, int> df;
+  for (std::size_t i = 0; i < texts.size(); ++i) {
+    tokens[i] = TextUtil::tokens(texts[i]);
+    for (const auto& t : tokens[i]) ++counts[i][t];
+    for (const auto& [term, w] : terms)
+      if (counts[i].contains(term)) ++df[term];
+  }
+
+  const std::string phrase = join(q, " ");
+  std::vector<Ranked> ranked;
+  for (std::size_t i = 0; i < texts.size(); ++i) {
+    double s = 0;
+    int m = 0;
+    for (const auto& [term, w] : terms) {
+      auto c = counts[i].find(term);
+      if (c == counts[i].end()) continue;
+      auto d = df.find(term);
+      const double docs = d == df.end() ? 1.0 : d->second;
+      s += w * (std::log(c->second) + 1) * std::log(n / docs + 1);
+      if (w == 1.0) ++m;
+    }
+    if (headings && i < headings->size()) {
+      const std::vector<std::string> ht = TextUtil::tokens((*headings)[i]);
+      const std::unordered_set<std::string> headingSet(ht.begin(), ht.end());
+      for (const auto& [term, w] : terms)
+        if (headingSet.contains(term)) s += w * headingBonus;
+    }
+    if (!(s > 0)) continue;
+    s *= 0.5 + 0.5 * m / static_cast<double>(q.size());
+    if (q.size() >= 2 && join(tokens[i], " ").find(phrase) != std::string::npos) s *= phraseBonus;
+    s /= 1 + 0.12 * std::log(1 + TextUtil::length(texts[i]) / 80.0);
+    ranked.push_back({static_cast<int>(i), s});
+  }
+  sortByScore(ranked);
+  return ranked;
+}
+
+std::vector<Ranked> rankChunks(const PageSnapshot& snapshot, std::string_view query) {
+  std::vector<std::string> texts, headings;
+  texts.reserve(snapshot.chunks.size());
+  headings.reserve(snapshot.chunks.size());
+  for (const auto& c : snapshot.chunks) {
+    texts.push_back(c.text);
+    headings.push_back(c.heading);
+  }
+  return rank(texts, &headings, query);
+}
+
+std::vector<Ranked> rankLines(const PageSnapshot& snapshot, std::string_view query) {
+  std::vector<std::string> texts;
+  texts.reserve(snapshot.lines.size());
+  for (const auto& l : snapshot.lines) texts.push_back(l.text);
+  std::vector<Ranked> ranked = rank(texts, nullptr, query);
+  for (auto& r : ranked)
+    if (snapshot.lines[r.index].kind == PageLine::Kind::heading) r.score *= headingLineBoost;
+  sortByScore(ranked);
+  return ranked;
+}
+
+std::vector<PageChunk> excerpts(const PageSnapshot& snapshot, std::string_view query, int budget) {
+  std::vector<int> order;
+  for (const auto& r : rankChunks(snapshot, query)) order.push_back(r.index);
+  if (order.empty())
+    for (int i = 0; i < static_cast<int>(snapshot.chunks.size()); ++i) order.push_back(i);
+
+  std::vector<int> picked;
+  long used = 0;
+  for (int i : order) {
+    const long length = TextUtil::length(snapshot.chunks[i].text);
+    // A chunk that does not fit is passed over; a smaller one further down may still fit.
+    if (used + length > budget && !picked.empty()) continue;
+    picked.push_back(i);
+    used += std::min<long>(length, budget);
+    if (used >= budget) break;
+  }
+  std::sort(picked.begin(), picked.end());
+  std::vector<PageChunk> out;
+  for (int i : picked) out.push_back(snapshot.chunks[i]);
+  return out;
+}
+
+std::string extractiveAnswer(const PageSnapshot& snapshot, std::string_view question) {
+  const std::vector<std::string> content = TextUtil::contentTokens(question);
+
+  if (content.empty()) {
+    // "What is this page?": say its name and how it begins.
+    std::vector<std::string> out;
+    if (const std::string& title = titleOf(snapshot); !title.empty()) out.push_back("“" + title + "”");
+    std::string source;
+    if (!snapshot.chunks.empty()) {
+      source = snapshot.chunks.front().text;
+      for (const auto& c : snapshot.chunks)
+        if (TextUtil::length(c.text) > 80) {
+          source = c.text;
+          break;
+        }
+    }
+    std::vector<std::string> sentences = TextUtil::sentences(source);
+    if (sentences.size() > 3) sentences.resize(3);
+    const std::string lead = join(sentences, " ");
+    if (lead.empty() && out.empty()) return "The page has no readable text.";
+    if (!lead.empty()) out.push_back(lead);
+    return join(out, "\n\n");
+  }
+
+  const std::vector<Ranked> ranked = rankChunks(snapshot, question);
+  if (ranked.empty()) return "The page doesn't appear to mention that.";
+
+  std::unordered_set<std::string> wanted(content.begin(), content.end());
+  for (const auto& t : content)
+    for (const auto& s : TextUtil::synonyms(t)) wanted.insert(s);
+
+  struct Candidate {
+    int rank;
+    int sentence;
+    std::string text;
+    double score;
+  };
+  std::vector<Candidate> candidates;
+  const int top = static_cast<int>(std::min<std::size_t>(3, ranked.size()));
+  for (int r = 0; r < top; ++r) {
+    const PageChunk& chunk = snapshot.chunks[ranked[r].index];
+    const std::vector<std::string> sentences = TextUtil::sentences(chunk.text);
+    for (int j = 0; j < static_cast<int>(sentences.size()); ++j) {
+      const std::vector<std::string> tokens = TextUtil::tokens(sentences[j]);
+      const std::unordered_set<std::string> distinct(tokens.begin(), tokens.end());
+      int overlap = 0;
+      for (const auto& t : distinct) overlap += wanted.contains(t) ? 1 : 0;
+      // The chunk's score only breaks ties between sentences that share as many words.
+      if (overlap >= 1) candidates.push_back({r, j, sentences[j], overlap + 0.05 * ranked[r].score});
+    }
+  }
+  if (candidates.empty()) return TextUtil::truncate(snapshot.chunks[ranked.front().index].text, 400);
+
+  std::stable_sort(candidates.begin(), candidates.end(),
+                   [](const Candidate& a, const Candidate& b) { return a.score > b.score; });
+  if (candidates.size() > 4) candidates.resize(4);
+  std::sort(candidates.begin(), candidates.end(), [](const Candidate& a, const Candidate& b) {
+    return std::tie(a.rank, a.sentence) < std::tie(b.rank, b.sentence);
+  });
+  std::vector<std::string> lines;
+  for (const auto& c : candidates) lines.push_back("• " + TextUtil::truncate(c.text, 320));
+  return join(lines, "\n");
+}
+
+std::string extractiveSummary(const PageSnapshot& snapshot) {
+  std::vector<std::string> out;
+  if (const std::string& title = titleOf(snapshot); !title.empty()) out.push_back("**" + title + "**");
+
+  int bullets = 0;
+  for (const auto& chunk : snapshot.chunks) {
+    if (bullets >= 6) break;
+    if (TextUtil::length(chunk.text) < 101) continue;
+    std::string first;
+    for (const auto& s : TextUtil::sentences(body(chunk)))
+      if (TextUtil::length(s) > 30) {
+        first = s;
+        break;
+      }
+    if (first.empty()) continue;
+    const std::string lead = chunk.heading.empty() ? "" : chunk.heading + " — ";
+    out.push_back("• " + lead + TextUtil::truncate(first, 240));
+    ++bullets;
+  }
+  if (bullets == 0) out.push_back(TextUtil::truncate(snapshot.text(), 500));
+  return join(out, "\n");
+}
+
+std::string condensed(const PageSnapshot& snapshot, int budget) {
+  // Each section's lead sentences, split once; only the cut changes between rounds.
+  std::vector<std::pair<std::string, std::string>> leads;  // heading, lead
+  for (const auto& chunk : snapshot.chunks) {
+    std::vector<std::string> sentences = TextUtil::sentences(body(chunk));
+    if (sentences.size() > 2) sentences.resize(2);
+    leads.emplace_back(chunk.heading, join(sentences, " "));
+  }
+  for (int limit = 400;; limit -= 60) {
+    std::vector<std::string> pieces;
+    for (const auto& [heading, lead] : leads)
+      pieces.push_back((heading.empty() ? "" : "## " + heading + "\n") + TextUtil::truncate(lead, limit));
+    std::string joined = join(pieces, "\n");
+    if (TextUtil::length(joined) <= budget) return joined;
+    if (limit < 141) return TextUtil::prefix(snapshot.text(), budget);
+  }
+}
+
+}  // namespace PageQA
+}  // namespace skimlet
