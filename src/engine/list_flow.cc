@@ -1,0 +1,66 @@
+// "what buttons are there?": the visible named controls of one kind, in page order, so the user
+// can see what to say next. Controls with the same kind and name are listed once.
+#include <set>
+
+#include "engine/action_engine.h"
+#include "match/element_matcher.h"
+#include "text/text_util.h"
+
+namespace skimlet {
+
+namespace {
+constexpr std::size_t maxItems = 100;
+constexpr int itemChars = 80;
+
+std::string plural(RoleHint role, std::size_t n) {
+  std::string word = role == RoleHint::any ? "control" : std::string(noun(role));
+  if (n == 1) return word;
+  return word + (word.ends_with("x") ? "es" : "s");
+}
+
+// What a list line says about one control: its state where it has one, and its kind when the
+// list mixes kinds.
+std::string itemText(const PageElement& e, RoleHint role) {
+  std::string text = e.label();
+  if (e.role == "AXCheckBox" || e.role == "AXRadioButton") {
+    std::string v = TextUtil::norm(e.value);
+    text = (v == "1" || v == "true" ? "☑ " : "☐ ") + text;
+  } else if (ElementMatcher::fits(e, RoleHint::field) && e.subrole != "AXSecureTextField") {
+    if (std::string v = TextUtil::clean(e.value); !v.empty()) text += ": " + v;
+  }
+  text = TextUtil::truncate(text, itemChars);
+  if (role == RoleHint::any) text += " · " + ActionEngine::roleName(e.role);
+  if (!e.enabled) text += " (disabled)";
+  return text;
+}
+}  // namespace
+
+Outcome ActionEngine::list(RoleHint role, const PageSnapshot& snap, std::vector<std::string> dbg) {
+  ActionResult result;
+  result.kind = ActionResult::Kind::info;
+  std::set<std::pair<std::string, std::string>> seen;  // role, normalised name
+  std::size_t found = 0, repeats = 0;
+  for (const auto& e : snap.elements) {
+    if (!e.frame || !e.frame->hasArea() || e.role == "AXWebArea" || !ElementMatcher::fits(e, role)) continue;
+    if (role == RoleHint::any && !ElementMatcher::canPress(e) && !ElementMatcher::fits(e, RoleHint::field)) continue;
+    const std::string name = TextUtil::norm(e.label());
+    if (name.empty()) continue;
+    if (!seen.emplace(e.role, name).second) {
+      ++repeats;
+      continue;
+    }
+    ++found;
+    if (result.items.size() < maxItems) result.items.push_back({.text = itemText(e, role), .element = e});
+  }
+  if (found == 0)
+    return ActionResult::failure("No " + plural(role, 2) + " on this page", "Try “list links”, or “find …” for text.",
+                                 std::move(dbg));
+
+  result.headline = "Found **" + std::to_string(found) + "** " + plural(role, found);
+  if (found > maxItems) result.body = "Showing the first " + std::to_string(maxItems) + ".";
+  if (repeats > 0) dbg.push_back("Left out " + std::to_string(repeats) + " repeated name" + (repeats == 1 ? "" : "s"));
+  result.debug = std::move(dbg);
+  return result;
+}
+
+}  // namespace skimlet
