@@ -18,6 +18,12 @@ std::string plural(RoleHint role, std::size_t n) {
   return word + (word.ends_with("x") ? "es" : "s");
 }
 
+// Anything pressable fits "button" when clicking; a list of buttons reads better without the
+// check boxes, switches and tabs, which have lists of their own or show under "any".
+bool isToggleOrTab(const PageElement& e) {
+  return e.role == "AXCheckBox" || e.role == "AXRadioButton" || e.role == "AXSwitch" || e.role == "AXTab";
+}
+
 // What a list line says about one control: its state where it has one, and its kind when the
 // list mixes kinds.
 std::string itemText(const PageElement& e, RoleHint role) {
@@ -43,6 +49,7 @@ Outcome ActionEngine::list(RoleHint role, const PageSnapshot& snap, std::vector<
   for (const auto& e : snap.elements) {
     if (!e.frame || !e.frame->hasArea() || e.role == "AXWebArea" || !ElementMatcher::fits(e, role)) continue;
     if (role == RoleHint::any && !ElementMatcher::canPress(e) && !ElementMatcher::fits(e, RoleHint::field)) continue;
+    if (role == RoleHint::button && isToggleOrTab(e)) continue;
     const std::string name = TextUtil::norm(e.label());
     if (name.empty()) continue;
     if (!seen.emplace(e.role, name).second) {

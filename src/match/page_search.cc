@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <unordered_map>
-#include <unordered_set>
 
 #include "match/element_matcher.h"
 #include "text/text_util.h"
@@ -36,9 +35,14 @@ class Hits {
     else if (hit.score > hits_[it->second].score)
       hits_[it->second] = std::move(hit);
   }
-  std::vector<PageHit> sorted() && {
+  // Best first; among equals the shorter text when `preferShort` (the more precise place), then
+  // page order.
+  std::vector<PageHit> sorted(bool preferShort) && {
     std::sort(hits_.begin(), hits_.end(), [](const PageHit& a, const PageHit& b) { return a.elementID < b.elementID; });
-    std::stable_sort(hits_.begin(), hits_.end(), [](const PageHit& a, const PageHit& b) { return a.score > b.score; });
+    std::stable_sort(hits_.begin(), hits_.end(), [preferShort](const PageHit& a, const PageHit& b) {
+      if (a.score != b.score) return a.score > b.score;
+      return preferShort && a.text.size() < b.text.size();
+    });
     return std::move(hits_);
   }
 
@@ -65,20 +69,20 @@ int occurrences(std::string_view text, std::string_view query) {
 
 std::vector<PageHit> find(const PageSnapshot& snapshot, std::string_view query) {
   Hits hits;
-  std::unordered_set<int> withLine;
   const std::string textReason = "text matches " + quoted(query);
   for (const auto& line : snapshot.lines) {
-    withLine.insert(line.elementID);
     const double s = textScore(line.text, query);
     if (s >= ElementMatcher::threshold) hits.offer({line.elementID, line.text, s, textReason, 0});
   }
+  // A line may join the texts of several elements; each element's own words point closer.
   const std::string labelReason = "label matches " + quoted(query);
   for (const auto& e : snapshot.elements) {
-    if (withLine.contains(e.id) || e.role == "AXWebArea" || !e.frame || !e.frame->hasArea()) continue;
-    const double s = ElementMatcher::score(e, query);
-    if (s >= ElementMatcher::threshold) hits.offer({e.id, e.label(), s, labelReason, 0});
+    if (e.role == "AXWebArea" || !e.frame || !e.frame->hasArea()) continue;
+    std::string label = e.label();
+    const double s = std::max(ElementMatcher::score(e, query), textScore(label, query));
+    if (s >= ElementMatcher::threshold) hits.offer({e.id, std::move(label), s, labelReason, 0});
   }
-  return std::move(hits).sorted();
+  return std::move(hits).sorted(true);
 }
 
 std::vector<PageHit> findAll(const PageSnapshot& snapshot, std::string_view query) {
@@ -112,7 +116,7 @@ std::vector<PageHit> sections(const PageSnapshot& snapshot, std::string_view que
     const double s = ElementMatcher::score(e, query);
     if (s >= ElementMatcher::threshold) hits.offer({e.id, e.label(), s, reason, 0});
   }
-  return std::move(hits).sorted();
+  return std::move(hits).sorted(false);
 }
 
 }  // namespace skimlet::PageSearch

@@ -32,9 +32,10 @@ double textScore(std::string_view text, std::string_view query);
 // diacritics: "ship" occurs in "Shipping and reshipping" once, "art" never in "cart".
 int occurrences(std::string_view text, std::string_view query);
 
-// Every place that scores at least ElementMatcher::threshold, best first, ties in page order:
-// the page's lines, and the names of visible elements that have no line of their own (an icon
-// button's description, a field's placeholder). One hit per element, its best.
+// Every place that scores at least ElementMatcher::threshold: the page's lines and the names of
+// its visible elements, one hit per element (its best). Best first; among equals the shorter
+// text, which is the more precise place (one sentence rather than the paragraph that holds it),
+// then page order.
 std::vector<PageHit> find(const PageSnapshot& snapshot, std::string_view query);
 
 // Every line that contains the query (see occurrences), in page order.
