@@ -22,8 +22,8 @@ struct EngineOnPage {
 
   // Runs one command; fails the test when the outcome is not a result.
   ActionResult run(const Intent& intent);
-  // Delivers what was posted to the main queue, and so the partial results.
-  void drainMainQueue() { backend->runLoop().runPending(); }
+  // Delivers what was posted to the main queue, and so the partial results; how many items ran.
+  int drainMainQueue() { return backend->runLoop().runPending(); }
   std::vector<memory::Event> events() const { return backend->events(); }
 
   std::unique_ptr<memory::Backend> backend;
