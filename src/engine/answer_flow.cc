@@ -59,7 +59,7 @@ Outcome ActionEngine::ask(const std::string& question, const PageSnapshot& snap,
   if (answer) {
     dbg.push_back("Answered on-device by " + withoutPrefix(ai().statusText(), "Local AI: "));
   } else {
-    answer = PageQA::extractiveAnswer(snap, question);
+    answer = PageQA::extractiveAnswer(snap, question, excerpts.ranked);
     dbg.push_back("Extractive answer (no local model answered)");
     modelNote(dbg);
   }

@@ -51,7 +51,8 @@ const std::string& titleOf(const PageSnapshot& snapshot) {
 }  // namespace
 
 QAExcerpts::QAExcerpts(const PageSnapshot& snapshot, std::string_view query, bool localModelReady)
-    : chunks(PageQA::excerpts(snapshot, query, localModelReady ? localModelBudget : defaultBudget)) {
+    : ranked(PageQA::rankChunks(snapshot, query)),
+      chunks(PageQA::excerpts(snapshot, ranked, localModelReady ? localModelBudget : defaultBudget)) {
   std::vector<std::string> texts;
   texts.reserve(chunks.size());
   for (const auto& c : chunks) texts.push_back(c.text);
@@ -74,15 +75,19 @@ std::vector<Ranked> rank(const std::vector<std::string>& texts, const std::vecto
     for (const auto& s : TextUtil::synonyms(t))
       if (weight.emplace(s, synonymWeight).second) terms.emplace_back(s, synonymWeight);
 
+  // Only the weighted terms are counted: a page has thousands of words and a question a few.
+  std::unordered_map<std::string_view, std::size_t> termIndex;
+  for (std::size_t t = 0; t < terms.size(); ++t) termIndex.emplace(terms[t].first, t);
   const double n = static_cast<double>(texts.size());
   std::vector<std::vector<std::string>> tokens(texts.size());
-  std::vector<std::unordered_map<std::string, int>> counts(texts.size());
-  std::unordered_map<std::string, int> df;
+  std::vector<std::vector<int>> counts(texts.size(), std::vector<int>(terms.size(), 0));
+  std::vector<int> df(terms.size(), 0);
   for (std::size_t i = 0; i < texts.size(); ++i) {
     tokens[i] = TextUtil::tokens(texts[i]);
-    for (const auto& t : tokens[i]) ++counts[i][t];
-    for (const auto& [term, w] : terms)
-      if (counts[i].contains(term)) ++df[term];
+    for (const auto& t : tokens[i])
+      if (auto it = termIndex.find(t); it != termIndex.end()) ++counts[i][it->second];
+    for (std::size_t t = 0; t < terms.size(); ++t)
+      if (counts[i][t] > 0) ++df[t];
   }
 
   const std::string phrase = join(q, " ");
@@ -90,12 +95,11 @@ std::vector<Ranked> rank(const std::vector<std::string>& texts, const std::vecto
   for (std::size_t i = 0; i < texts.size(); ++i) {
     double s = 0;
     int m = 0;
-    for (const auto& [term, w] : terms) {
-      auto c = counts[i].find(term);
-      if (c == counts[i].end()) continue;
-      auto d = df.find(term);
-      const double docs = d == df.end() ? 1.0 : d->second;
-      s += w * (std::log(c->second) + 1) * std::log(n / docs + 1);
+    for (std::size_t t = 0; t < terms.size(); ++t) {
+      const int c = counts[i][t];
+      if (c == 0) continue;
+      const double w = terms[t].second;
+      s += w * (std::log(c) + 1) * std::log(n / df[t] + 1);
       if (w == 1.0) ++m;
     }
     if (headings && i < headings->size()) {
@@ -136,9 +140,9 @@ std::vector<Ranked> rankLines(const PageSnapshot& snapshot, std::string_view que
   return ranked;
 }
 
-std::vector<PageChunk> excerpts(const PageSnapshot& snapshot, std::string_view query, int budget) {
+std::vector<PageChunk> excerpts(const PageSnapshot& snapshot, const std::vector<Ranked>& ranked, int budget) {
   std::vector<int> order;
-  for (const auto& r : rankChunks(snapshot, query)) order.push_back(r.index);
+  for (const auto& r : ranked) order.push_back(r.index);
   if (order.empty())
     for (int i = 0; i < static_cast<int>(snapshot.chunks.size()); ++i) order.push_back(i);
 
@@ -158,7 +162,16 @@ std::vector<PageChunk> excerpts(const PageSnapshot& snapshot, std::string_view q
   return out;
 }
 
+std::vector<PageChunk> excerpts(const PageSnapshot& snapshot, std::string_view query, int budget) {
+  return excerpts(snapshot, rankChunks(snapshot, query), budget);
+}
+
 std::string extractiveAnswer(const PageSnapshot& snapshot, std::string_view question) {
+  return extractiveAnswer(snapshot, question, rankChunks(snapshot, question));
+}
+
+std::string extractiveAnswer(const PageSnapshot& snapshot, std::string_view question,
+                             const std::vector<Ranked>& ranked) {
   const std::vector<std::string> content = TextUtil::contentTokens(question);
 
   if (content.empty()) {
@@ -182,7 +195,6 @@ std::string extractiveAnswer(const PageSnapshot& snapshot, std::string_view ques
     return join(out, "\n\n");
   }
 
-  const std::vector<Ranked> ranked = rankChunks(snapshot, question);
   if (ranked.empty()) return "The page doesn't appear to mention that.";
 
   std::unordered_set<std::string> wanted(content.begin(), content.end());

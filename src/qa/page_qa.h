@@ -25,6 +25,7 @@ struct QAExcerpts {
   static constexpr int defaultBudget = 4500;
   static constexpr std::string_view separator = "\n---\n";
 
+  std::vector<Ranked> ranked;  // the chunks ranked for the query, which the excerpts were chosen from
   std::vector<PageChunk> chunks;
   std::string text;
 
@@ -46,9 +47,14 @@ std::vector<Ranked> rankLines(const PageSnapshot& snapshot, std::string_view que
 // The best chunks that fit in `budget` characters, in page order. The best one is always taken,
 // however long; when nothing ranks, the page is taken from its start.
 std::vector<PageChunk> excerpts(const PageSnapshot& snapshot, std::string_view query, int budget);
+// The same, from chunks already ranked for the query.
+std::vector<PageChunk> excerpts(const PageSnapshot& snapshot, const std::vector<Ranked>& ranked, int budget);
 // A few sentences of the page that bear on the question, as "• " lines; for a question without
 // content words, the page's title and lead.
 std::string extractiveAnswer(const PageSnapshot& snapshot, std::string_view question);
+// The same, from chunks already ranked for the question (ranking a large page is the costly part).
+std::string extractiveAnswer(const PageSnapshot& snapshot, std::string_view question,
+                             const std::vector<Ranked>& ranked);
 // The title in bold and the first substantial sentence of up to six sections, as "• " lines.
 std::string extractiveSummary(const PageSnapshot& snapshot);
 // The page shortened to fit `budget` characters for a summary prompt: each section's heading
