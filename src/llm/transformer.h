@@ -54,12 +54,15 @@ class Transformer {
   int imStart = -1, imEnd = -1;
 
  private:
-  void attention(const Layer& L, int layer, int n, int start, const float* q, float* out);
+  void load(int maxContext);
+  void attention(int layer, int n, int start, const float* q, float* out);
 
   std::unique_ptr<GGUFFile> file;
   std::string arch;
   std::unique_ptr<BPETokenizer> tokenizer_;
-  std::vector<std::vector<float>> kCache, vCache;
+  // Per layer, position-major: position p's keys of all key/value heads are kvDim() floats.
+  std::vector<std::unique_ptr<float[]>> kCache, vCache;
+  int kvDim() const { return nKV * hd; }
 };
 
 }  // namespace skimlet

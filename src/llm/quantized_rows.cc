@@ -1,0 +1,37 @@
+#include "llm/quantized_rows.h"
+
+#include <cmath>
+
+namespace skimlet {
+
+void quantizeRows(const float* x, int n, int64_t cols, int blockLen, QuantizedRows& out) {
+  const int64_t blocks = cols / blockLen;
+  out.blockLen = blockLen;
+  out.cols = cols;
+  out.n = n;
+  out.q.resize(static_cast<size_t>(n * cols));
+  out.d.resize(static_cast<size_t>(n * blocks));
+  out.sums.resize(blockLen == 256 ? static_cast<size_t>(n * (cols / 16)) : 0);
+  for (int t = 0; t < n; ++t) {
+    for (int64_t b = 0; b < blocks; ++b) {
+      const float* src = x + t * cols + b * blockLen;
+      int8_t* q = out.q.data() + t * cols + b * blockLen;
+      float amax = 0;
+      for (int i = 0; i < blockLen; ++i) amax = std::max(amax, std::fabs(src[i]));
+      const float d = amax / 127.0f;
+      const float id = d != 0 ? 1.0f / d : 0.0f;
+      for (int i = 0; i < blockLen; ++i) q[i] = static_cast<int8_t>(std::nearbyint(src[i] * id));
+      out.d[t * blocks + b] = d;
+      if (blockLen == 256) {
+        int16_t* s = out.sums.data() + t * (cols / 16) + b * 16;
+        for (int g = 0; g < 16; ++g) {
+          int sum = 0;
+          for (int i = 0; i < 16; ++i) sum += q[16 * g + i];
+          s[g] = static_cast<int16_t>(sum);
+        }
+      }
+    }
+  }
+}
+
+}  // namespace skimlet

@@ -1,0 +1,26 @@
+// Activation rows quantized to signed 8-bit blocks, so that they can be multiplied with quantized
+// weights by integer dot products without expanding the weights.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+namespace skimlet {
+
+struct QuantizedRows {
+  int blockLen = 0;  // 32 for Q8_0 weights, 256 for Q4_K and Q6_K
+  int64_t cols = 0;
+  int n = 0;
+  std::vector<int8_t> q;      // n rows of cols values
+  std::vector<float> d;       // one scale per block: value ≈ d × q
+  std::vector<int16_t> sums;  // sum of q over each run of 16 values (256-blocks only)
+
+  const int8_t* rowQ(int t) const { return q.data() + t * cols; }
+  const float* rowD(int t) const { return d.data() + t * (cols / blockLen); }
+  const int16_t* rowSums(int t) const { return sums.data() + t * (cols / 16); }
+};
+
+// Quantizes n rows of cols floats (cols a multiple of blockLen) symmetrically to [-127, 127].
+void quantizeRows(const float* x, int n, int64_t cols, int blockLen, QuantizedRows& out);
+
+}  // namespace skimlet
