@@ -29,33 +29,20 @@ TEST(Ask, WithoutAModelTheSentencesOfTheBestSectionsAnswer) {
   ActionResult r = page.run(intents::Ask{question});
   EXPECT_EQ(r.kind, ActionResult::Kind::info);
   EXPECT_EQ(r.headline, "**" + question + "**");
-  ASSERT_TRUE(r.body);
   EXPECT_NE(r.body->find("• Express shipping costs $12.50 and arrives the next business day."), std::string::npos);
   EXPECT_EQ(r.copyText, r.body);
-  EXPECT_FALSE(r.isPartial);
-
   const QAExcerpts excerpts(*page.engine->snapshot(), question, false);
   EXPECT_NE(std::find(r.debug.begin(), r.debug.end(),
                       "Grounding: " + std::to_string(excerpts.chunks.size()) + " excerpt(s), " +
                           std::to_string(TextUtil::length(excerpts.text)) + " chars from this page only"),
             r.debug.end());
   EXPECT_EQ(r.debug.back(), "Extractive answer (no local model answered)");
-  ASSERT_FALSE(r.items.empty());
-  EXPECT_EQ(r.items[0].text, "Shipping costs");
-  EXPECT_EQ(r.items[0].element->label(), "Shipping costs");
-  EXPECT_TRUE(page.events().empty());
-}
+  EXPECT_EQ(r.items.at(0).text, "Shipping costs");
+  EXPECT_EQ(r.items.at(0).element->label(), "Shipping costs");
 
-TEST(Ask, HeadlinesAndEmptyPages) {
-  EngineOnPage page("help_centre.json");
-  const std::string longQuestion(75, 'q');
-  EXPECT_EQ(page.run(intents::Ask{longQuestion}).headline, "**" + std::string(69, 'q') + "…**");
-  EXPECT_EQ(page.run(intents::Ask{"what is *new*?"}).headline, "**what is \\*new\\*?**");
-
+  EXPECT_EQ(page.run(intents::Ask{std::string(75, 'q')}).headline, "**" + std::string(69, 'q') + "…**");
   EngineOnPage blank(blankPage());
-  ActionResult r = blank.run(intents::Ask{question});
-  EXPECT_EQ(r.kind, ActionResult::Kind::failure);
-  EXPECT_EQ(r.headline, "The page has no readable text");
+  EXPECT_EQ(blank.run(intents::Ask{question}).headline, "The page has no readable text");
   EXPECT_EQ(blank.run(intents::Summarize{}).headline, "Nothing to summarize");
 }
 
@@ -71,20 +58,17 @@ TEST(Ask, LocalModelGetsTheExcerptsAndStreamsItsAnswer) {
   const QAExcerpts excerpts(*page.engine->snapshot(), question, true);
   const std::vector<StandInModel::Request> requests = model.requests();
   ASSERT_EQ(requests.size(), 1u);
-  const auto& request = requests[0];
-  EXPECT_EQ(request.system, prompts::questionLocal);
-  EXPECT_EQ(request.maxTokens, 220);
-  EXPECT_EQ(request.user, "Page title: " + pageTitle + "\n\nExcerpts:\n" + excerpts.text + "\n\nQuestion: " + question);
+  EXPECT_EQ(requests[0].system, prompts::questionLocal);
+  EXPECT_EQ(requests[0].maxTokens, 220);
+  EXPECT_EQ(requests[0].user, "Page title: " + pageTitle + "\n\nExcerpts:\n" + excerpts.text + "\n\nQuestion: " + question);
 
-  // Partial results travel through the main queue.
+  // Partial results travel through the main queue, one per streamed word.
   EXPECT_TRUE(page.partials.empty());
   page.drainMainQueue();
-  ASSERT_EQ(page.partials.size(), 4u);  // one per streamed word
-  for (const auto& p : page.partials) {
-    EXPECT_TRUE(p.isPartial);
-    EXPECT_EQ(p.headline, r.headline);
-    EXPECT_EQ(p.items.size(), r.items.size());
-  }
+  ASSERT_EQ(page.partials.size(), 4u);
+  EXPECT_TRUE(page.partials[0].isPartial);
+  EXPECT_EQ(page.partials[0].headline, r.headline);
+  EXPECT_EQ(page.partials[0].items.size(), r.items.size());
   EXPECT_EQ(page.partials[0].body, "Express");
   EXPECT_EQ(page.partials.back().body, reply);
 }
@@ -114,65 +98,53 @@ TEST(Ask, NoPartialsReachTheStreamAfterCancelOrRelease) {
 TEST(Ask, OtherModelsAndTheModelNote) {
   StandInModel broken;
   broken.loadError = "the model file is damaged";
-  EngineOnPage withError("help_centre.json", &broken);
-  ActionResult r = withError.run(intents::Ask{question});
+  ActionResult r = EngineOnPage("help_centre.json", &broken).run(intents::Ask{question});
   EXPECT_TRUE(broken.requests().empty());
-  ASSERT_GE(r.debug.size(), 2u);
   EXPECT_EQ(r.debug[r.debug.size() - 2], "Extractive answer (no local model answered)");
   EXPECT_EQ(r.debug.back(), "Local model error: the model file is damaged");
 
   StandInModel silent({std::nullopt});
   StandInSystemModel system;
   system.answerReply = "About $12.50.";
-  EngineOnPage fallsThrough("help_centre.json", &silent, &system);
-  r = fallsThrough.run(intents::Ask{question});
-  EXPECT_EQ(silent.requests().size(), 1u);
+  r = EngineOnPage("help_centre.json", &silent, &system).run(intents::Ask{question});
+  EXPECT_EQ(silent.requests().size(), 1u);  // asked, said nothing: the system model answers
   EXPECT_EQ(r.body, "About $12.50.");
-  EXPECT_EQ(system.calls, 1);
 
-  StandInSystemModel systemOnly;
-  systemOnly.answerReply = "About $12.50.";
-  EngineOnPage apple("help_centre.json", nullptr, &systemOnly);
-  EXPECT_EQ(apple.run(intents::Ask{question}).debug.back(), "Answered on-device by Apple Intelligence");
-  EngineOnPage blankReply("help_centre.json", nullptr, &system);
+  EXPECT_EQ(EngineOnPage("help_centre.json", nullptr, &system).run(intents::Ask{question}).debug.back(),
+            "Answered on-device by Apple Intelligence");
   system.answerReply = "  \n";
-  EXPECT_EQ(blankReply.run(intents::Ask{question}).debug.back(), "Extractive answer (no local model answered)");
+  EXPECT_EQ(EngineOnPage("help_centre.json", nullptr, &system).run(intents::Ask{question}).debug.back(),
+            "Extractive answer (no local model answered)");
 }
 
-TEST(Summarize, ExtractiveWithoutAModel) {
+TEST(Summarize, ExtractiveWithoutAModelElseTheCondensedPageStreamed) {
   EngineOnPage page("help_centre.json");
   ActionResult r = page.run(intents::Summarize{});
-  EXPECT_EQ(r.kind, ActionResult::Kind::info);
   EXPECT_EQ(r.headline, "Summary of **" + pageTitle + "**");
   EXPECT_EQ(r.body, PageQA::extractiveSummary(*page.engine->snapshot()));
   EXPECT_TRUE(r.body->starts_with("**" + pageTitle + "**\n• Help centre — Answers to common questions"));
-  EXPECT_TRUE(r.items.empty());
   EXPECT_EQ(r.debug.back(), "Extractive summary (no local model answered)");
-
   memory::Recording longTitle = testing::recordedPage("help_centre.json");
   longTitle.window.children.at(0).children.at(0).title = std::string(61, 't');
-  EngineOnPage titled(longTitle);
-  EXPECT_EQ(titled.run(intents::Summarize{}).headline, "Summary of **" + std::string(59, 't') + "…**");
-}
+  EXPECT_EQ(EngineOnPage(longTitle).run(intents::Summarize{}).headline, "Summary of **" + std::string(59, 't') + "…**");
 
-TEST(Summarize, LocalModelReadsTheCondensedPageAndStreams) {
   const std::string reply = "• Standard shipping costs $4.99.";
   StandInModel model({reply});
-  EngineOnPage page("help_centre.json", &model);
-  ActionResult r = page.run(intents::Summarize{});
+  EngineOnPage local("help_centre.json", &model);
+  r = local.run(intents::Summarize{});
   EXPECT_EQ(r.body, reply);
-
-  const std::string condensed = PageQA::condensed(*page.engine->snapshot(), 3400);
-  ASSERT_EQ(model.requests().size(), 1u);
-  EXPECT_EQ(model.requests()[0].system, prompts::summaryLocal);
-  EXPECT_EQ(model.requests()[0].maxTokens, 260);
-  EXPECT_EQ(model.requests()[0].user, "Title: " + pageTitle + "\n\n" + condensed);
+  const std::string condensed = PageQA::condensed(*local.engine->snapshot(), 3400);
+  const std::vector<StandInModel::Request> requests = model.requests();
+  ASSERT_EQ(requests.size(), 1u);
+  EXPECT_EQ(requests[0].system, prompts::summaryLocal);
+  EXPECT_EQ(requests[0].maxTokens, 260);
+  EXPECT_EQ(requests[0].user, "Title: " + pageTitle + "\n\n" + condensed);
   EXPECT_EQ(r.debug.back(), "Summarized on-device from " + std::to_string(TextUtil::length(condensed)) +
                                 " chars of extracted page text only");
-  page.drainMainQueue();
-  ASSERT_FALSE(page.partials.empty());
-  EXPECT_EQ(page.partials.back().body, reply);
-  EXPECT_TRUE(page.partials.back().items.empty());
+  local.drainMainQueue();
+  ASSERT_FALSE(local.partials.empty());
+  EXPECT_EQ(local.partials.back().body, reply);
+  EXPECT_TRUE(local.partials.back().items.empty());
 }
 
 }  // namespace
