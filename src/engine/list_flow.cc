@@ -1,6 +1,7 @@
 // "what buttons are there?": the visible named controls of one kind, in page order, so the user
 // can see what to say next. Controls with the same kind and name are listed once.
 #include <set>
+#include <unordered_map>
 
 #include "engine/action_engine.h"
 #include "match/element_matcher.h"
@@ -26,8 +27,8 @@ bool isToggleOrTab(const PageElement& e) {
 
 // What a list line says about one control: its state where it has one, and its kind when the
 // list mixes kinds.
-std::string itemText(const PageElement& e, RoleHint role) {
-  std::string text = e.label();
+std::string itemText(const PageElement& e, const std::string& name, RoleHint role) {
+  std::string text = name;
   if (e.role == "AXCheckBox" || e.role == "AXRadioButton") {
     std::string v = TextUtil::norm(e.value);
     text = (v == "1" || v == "true" ? "☑ " : "☐ ") + text;
@@ -46,18 +47,24 @@ Outcome ActionEngine::list(RoleHint role, const PageSnapshot& snap, std::vector<
   result.kind = ActionResult::Kind::info;
   std::set<std::pair<std::string, std::string>> seen;  // role, normalised name
   std::size_t found = 0, repeats = 0;
+  // Some browsers leave a heading or link unnamed and put its words in the text inside it; the
+  // page's line for the element has them.
+  std::unordered_map<int, const std::string*> lineText;
+  for (const auto& line : snap.lines) lineText.emplace(line.elementID, &line.text);
   for (const auto& e : snap.elements) {
     if (!e.frame || !e.frame->hasArea() || e.role == "AXWebArea" || !ElementMatcher::fits(e, role)) continue;
     if (role == RoleHint::any && !ElementMatcher::canPress(e) && !ElementMatcher::fits(e, RoleHint::field)) continue;
     if (role == RoleHint::button && isToggleOrTab(e)) continue;
-    const std::string name = TextUtil::norm(e.label());
-    if (name.empty()) continue;
-    if (!seen.emplace(e.role, name).second) {
+    std::string name = e.label();
+    if (auto it = lineText.find(e.id); name.empty() && it != lineText.end()) name = *it->second;
+    const std::string key = TextUtil::norm(name);
+    if (key.empty()) continue;
+    if (!seen.emplace(e.role, key).second) {
       ++repeats;
       continue;
     }
     ++found;
-    if (result.items.size() < maxItems) result.items.push_back({.text = itemText(e, role), .element = e});
+    if (result.items.size() < maxItems) result.items.push_back({.text = itemText(e, name, role), .element = e});
   }
   if (found == 0)
     return ActionResult::failure("No " + plural(role, 2) + " on this page", "Try “list links”, or “find …” for text.",
