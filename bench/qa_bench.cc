@@ -21,6 +21,12 @@ const char* const words[] = {"parcel",  "delivery", "order",   "account", "retur
                              "price",   "weekly",   "offer",   "garden",  "kitchen", "travel", "update",  "message"};
 const std::string question = "how much does express shipping cost?";
 
+Node node(std::string role, std::string title, Rect frame, std::vector<std::string> actions = {}) {
+  Node n;
+  n.role = std::move(role), n.title = std::move(title), n.frame = frame, n.actions = std::move(actions);
+  return n;
+}
+
 // A sentence of pseudo-random words, the same on every run.
 std::string sentence(std::uint32_t& seed, int length) {
   std::string s;
@@ -42,25 +48,26 @@ memory::Recording largePage() {
     y += h + 4;
     return Rect{20, y, 800, h};
   };
-  Node web{.role = "AXWebArea", .title = "Help centre", .frame = Rect{0, 80, 1200, 820}};
+  Node web = node("AXWebArea", "Help centre", Rect{0, 80, 1200, 820});
   for (int s = 0; s < 200; ++s) {
-    web.children.push_back(Node{.role = "AXHeading", .title = "Section " + std::to_string(s) + " " + sentence(seed, 3),
-                                .frame = frame(30)});
-    Node paragraph{.role = "AXGroup", .frame = frame(60)};
+    web.children.push_back(node("AXHeading", "Section " + std::to_string(s) + " " + sentence(seed, 3), frame(30)));
+    Node paragraph = node("AXGroup", "", frame(60));
     for (int t = 0; t < 3; ++t) {
       std::string text = s == 120 && t == 1 ? "Express shipping costs $12.50 and arrives the next business day."
                                             : sentence(seed, 22);
-      paragraph.children.push_back(Node{.role = "AXStaticText", .value = text, .frame = frame(20)});
+      Node run = node("AXStaticText", "", frame(20));
+      run.value = text;
+      paragraph.children.push_back(std::move(run));
     }
     web.children.push_back(std::move(paragraph));
     for (int l = 0; l < 20; ++l)
-      web.children.push_back(Node{.role = "AXLink", .title = sentence(seed, 4), .frame = frame(18), .actions = {"AXPress"}});
+      web.children.push_back(node("AXLink", sentence(seed, 4), frame(18), {"AXPress"}));
     for (int b = 0; b < 5; ++b)
-      web.children.push_back(Node{.role = "AXButton", .title = sentence(seed, 2), .frame = frame(24), .actions = {"AXPress"}});
+      web.children.push_back(node("AXButton", sentence(seed, 2), frame(24), {"AXPress"}));
   }
   memory::Recording r;
-  r.app = {.name = "Safari", .bundleID = "com.apple.Safari", .pid = 501};
-  r.window = Node{.role = "AXWindow", .title = "Help centre", .frame = Rect{0, 0, 1200, 900}};
+  r.app.name = "Safari", r.app.bundleID = "com.apple.Safari", r.app.pid = 501;
+  r.window = node("AXWindow", "Help centre", Rect{0, 0, 1200, 900});
   r.window.children.push_back(std::move(web));
   return r;
 }

@@ -13,6 +13,11 @@ PageElement el(int id, std::string role, std::string title, std::optional<Rect> 
   return e;
 }
 
+TargetSpec want(std::string query, std::optional<int> ordinal = std::nullopt, RoleHint role = RoleHint::any,
+                std::optional<std::string> nextTo = std::nullopt) {
+  return TargetSpec{std::move(query), ordinal, role, std::move(nextTo)};
+}
+
 std::vector<int> ids(const MatchList& list) {
   std::vector<int> out;
   for (const auto& m : list.matches) out.push_back(m.id());
@@ -59,17 +64,17 @@ TEST(Matches, VisibleOnlyTiesInPageOrderAndOrdinals) {
       el(2, "AXButton", "Save", std::nullopt), el(3, "AXButton", "Save draft"),
       el(4, "AXButton", "Save"),          el(5, "AXButton", "Save"),
   };
-  MatchList list = ElementMatcher::matches({.query = "save"}, page, MatchPurpose::click);
+  MatchList list = ElementMatcher::matches(want("save"), page, MatchPurpose::click);
   EXPECT_EQ(ids(list), (std::vector<int>{4, 5, 3}));
   EXPECT_EQ(list.matches[0].reason, "label matches “save”");
   EXPECT_FALSE(list.ordinalApplied);
-  EXPECT_EQ(ids(ElementMatcher::matches({.query = "save", .ordinal = 3}, page, MatchPurpose::click)),
+  EXPECT_EQ(ids(ElementMatcher::matches(want("save", 3), page, MatchPurpose::click)),
             std::vector<int>{3});  // ordinals count in score order
 
   std::vector<PageElement> links;
   for (int i = 0; i < 7; ++i) links.push_back(el(i, "AXLink", "Story " + std::to_string(i)));
   auto nth = [&](std::optional<int> n) {
-    return ElementMatcher::matches({.ordinal = n, .role = RoleHint::link}, links, MatchPurpose::link);
+    return ElementMatcher::matches(want("", n, RoleHint::link), links, MatchPurpose::link);
   };
   MatchList all = nth(std::nullopt);
   EXPECT_EQ(all.matches.size(), 7u);
@@ -94,7 +99,7 @@ TEST(Matches, PurposeNarrowsAndPressableClimbs) {
       el(4, "AXTextField", "Weekly deals"),
       el(5, "AXStaticText", "Weekly deals"),  // plain text
   };
-  auto found = [&](MatchPurpose p) { return ids(ElementMatcher::matches({.query = "weekly deals"}, page, p)); };
+  auto found = [&](MatchPurpose p) { return ids(ElementMatcher::matches(want("weekly deals"), page, p)); };
   EXPECT_EQ(found(MatchPurpose::click), (std::vector<int>{1, 2, 4}));
   EXPECT_EQ(found(MatchPurpose::field), std::vector<int>{4});
   EXPECT_EQ(found(MatchPurpose::find), (std::vector<int>{1, 2, 3, 4, 5}));
@@ -111,13 +116,13 @@ TEST(Matches, NextToRanksByTheGapToTheAnchor) {
       el(3, "AXCheckBox", "", Rect{0, 60, 16, 16}, 0),
   };
   // The group holds the anchor and the text is the anchor: neither is "next to" it.
-  MatchList list = ElementMatcher::matches({.nextTo = "Remember me"}, page, MatchPurpose::find);
+  MatchList list = ElementMatcher::matches(want("", std::nullopt, RoleHint::any, "Remember me"), page, MatchPurpose::find);
   EXPECT_EQ(ids(list), (std::vector<int>{1, 3}));
   EXPECT_DOUBLE_EQ(list.matches[0].score, 99.5);
   EXPECT_EQ(list.matches[0].reason, "nearest to “Remember me” (4 pt)");
-  EXPECT_TRUE(ElementMatcher::matches({.nextTo = "Forgot password"}, page, MatchPurpose::find).matches.empty());
+  EXPECT_TRUE(ElementMatcher::matches(want("", std::nullopt, RoleHint::any, "Forgot password"), page, MatchPurpose::find).matches.empty());
   page[3].frame = Rect{0, 5000, 16, 16};
-  EXPECT_EQ(ElementMatcher::matches({.nextTo = "Remember me"}, page, MatchPurpose::find).matches[1].score, 1);
+  EXPECT_EQ(ElementMatcher::matches(want("", std::nullopt, RoleHint::any, "Remember me"), page, MatchPurpose::find).matches[1].score, 1);
 
   EXPECT_EQ(ElementMatcher::distance({0, 0, 10, 10}, {5, 5, 10, 10}), 0);  // overlapping
   EXPECT_EQ(ElementMatcher::distance({0, 0, 10, 10}, {13, 14, 10, 10}), 5);
