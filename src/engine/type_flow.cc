@@ -4,6 +4,7 @@
 #include "engine/action_engine.h"
 #include "engine/input_typing.h"
 #include "match/element_matcher.h"
+#include "page/roles.h"
 #include "text/text_util.h"
 
 namespace skimlet {
@@ -26,10 +27,8 @@ Outcome ActionEngine::typeFlow(const std::string& text, const std::optional<Targ
   if (field && !field->query.empty()) return withPage();
 
   if (auto focused = target_.focusedElement(platform_.ax)) {
-    PageElement probe;
-    probe.role = attributeText(*focused, "AXRole");
-    const std::string& role = probe.role;
-    if (ElementMatcher::fits(probe, RoleHint::field) || isSettable(*focused, "AXValue")) {
+    std::string role = attributeText(*focused, "AXRole");
+    if (Roles::textInput(role) || isSettable(*focused, "AXValue")) {
       dbg.push_back("Typing into the focused " + role);
       bool secure = attributeText(*focused, "AXSubrole") == "AXSecureTextField";
       return write(text, *focused, replace, secure, "focused field", std::move(dbg));
