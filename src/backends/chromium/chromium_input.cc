@@ -1,0 +1,264 @@
+#include "backends/chromium/chromium_input.h"
+
+#include <algorithm>
+#include <unordered_map>
+
+namespace skimlet::chromium {
+
+namespace {
+
+constexpr std::uint64_t kModifierMask = keyflags::command | keyflags::control | keyflags::shift | 0x80000 /* option */;
+
+// The ANSI layout's letter, digit and punctuation keys by macOS virtual key code.
+const std::unordered_map<std::uint16_t, char>& characterKeys() {
+  static const std::unordered_map<std::uint16_t, char> keys = {
+      {0, 'a'},  {1, 's'},  {2, 'd'},  {3, 'f'},  {4, 'h'},  {5, 'g'},  {6, 'z'},  {7, 'x'},  {8, 'c'},
+      {9, 'v'},  {11, 'b'}, {12, 'q'}, {13, 'w'}, {14, 'e'}, {15, 'r'}, {16, 'y'}, {17, 't'}, {18, '1'},
+      {19, '2'}, {20, '3'}, {21, '4'}, {22, '6'}, {23, '5'}, {24, '='}, {25, '9'}, {26, '7'}, {27, '-'},
+      {28, '8'}, {29, '0'}, {30, ']'}, {31, 'o'}, {32, 'u'}, {33, '['}, {34, 'i'}, {35, 'p'}, {37, 'l'},
+      {38, 'j'}, {39, '\''}, {40, 'k'}, {41, ';'}, {42, '\\'}, {43, ','}, {44, '/'}, {45, 'n'}, {46, 'm'},
+      {47, '.'}, {50, '`'}, {49, ' '}};
+  return keys;
+}
+
+std::string codeFor(char c) {
+  if (c >= 'a' && c <= 'z') return std::string("Key") + static_cast<char>(c - 'a' + 'A');
+  if (c >= '0' && c <= '9') return std::string("Digit") + c;
+  static const std::unordered_map<char, std::string> punctuation = {
+      {'=', "Equal"},     {'-', "Minus"}, {']', "BracketRight"}, {'[', "BracketLeft"}, {'\'', "Quote"},
+      {';', "Semicolon"}, {'\\', "Backslash"}, {',', "Comma"},    {'/', "Slash"},       {'.', "Period"},
+      {'`', "Backquote"}, {' ', "Space"}};
+  auto it = punctuation.find(c);
+  return it == punctuation.end() ? "" : it->second;
+}
+
+int modifiersFor(std::uint64_t flags) {
+  int m = 0;
+  if (flags & 0x80000) m |= 1;  // Alt
+  // The desktop's Command shortcuts are Control shortcuts in a Linux browser.
+  if (flags & (keyflags::control | keyflags::command)) m |= 2;
+  if (flags & keyflags::shift) m |= 8;
+  return m;
+}
+
+// The tab key positions of Command-1 to Command-9.
+int tabNumber(std::uint16_t virtualKey) {
+  static const std::uint16_t keys[] = {18, 19, 20, 21, 23, 22, 26, 28, 25};
+  for (int i = 0; i < 9; ++i)
+    if (keys[i] == virtualKey) return i + 1;
+  return 0;
+}
+
+constexpr const char* kSelectedText = R"JS((() => {
+  const a = document.activeElement;
+  if (a instanceof HTMLInputElement || a instanceof HTMLTextAreaElement) {
+    if (a.type === 'password') return '';
+    try { return a.value.substring(a.selectionStart ?? 0, a.selectionEnd ?? 0); } catch (e) { return ''; }
+  }
+  return String(getSelection());
+})())JS";
+
+}  // namespace
+
+std::optional<DomKey> domKeyFor(std::uint16_t virtualKey, bool shift) {
+  switch (virtualKey) {
+    case 36:
+    case 76: return DomKey{"Enter", "Enter", 13, "\r"};
+    case 48: return DomKey{"Tab", "Tab", 9, ""};
+    case 49: return DomKey{" ", "Space", 32, " "};
+    case 51: return DomKey{"Backspace", "Backspace", 8, ""};
+    case 53: return DomKey{"Escape", "Escape", 27, ""};
+    case 117: return DomKey{"Delete", "Delete", 46, ""};
+    case 123: return DomKey{"ArrowLeft", "ArrowLeft", 37, ""};
+    case 124: return DomKey{"ArrowRight", "ArrowRight", 39, ""};
+    case 125: return DomKey{"ArrowDown", "ArrowDown", 40, ""};
+    case 126: return DomKey{"ArrowUp", "ArrowUp", 38, ""};
+    case 115: return DomKey{"Home", "Home", 36, ""};
+    case 119: return DomKey{"End", "End", 35, ""};
+    case 116: return DomKey{"PageUp", "PageUp", 33, ""};
+    case 121: return DomKey{"PageDown", "PageDown", 34, ""};
+    default: break;
+  }
+  auto it = characterKeys().find(virtualKey);
+  if (it == characterKeys().end()) return std::nullopt;
+  char c = it->second;
+  std::string text(1, shift && c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c);
+  int keyCode = c >= 'a' && c <= 'z' ? c - 'a' + 'A' : (c >= '0' && c <= '9' ? c : 0);
+  return DomKey{text, codeFor(c), keyCode, text};
+}
+
+void ChromiumInput::keyEvent(const DomKey& key, std::uint64_t flags, const std::string& command) {
+  int modifiers = modifiersFor(flags);
+  bool typesText = !key.text.empty() && !(modifiers & 3);
+  Json down = {{"type", typesText ? "keyDown" : "rawKeyDown"},
+               {"modifiers", modifiers},
+               {"key", key.key},
+               {"code", key.code},
+               {"windowsVirtualKeyCode", key.keyCode},
+               {"nativeVirtualKeyCode", key.keyCode}};
+  if (typesText) down["text"] = down["unmodifiedText"] = key.text;
+  if (!command.empty()) down["commands"] = Json::array({command});
+  Json up = {{"type", "keyUp"},         {"modifiers", modifiers},          {"key", key.key},
+             {"code", key.code},        {"windowsVirtualKeyCode", key.keyCode}, {"nativeVirtualKeyCode", key.keyCode}};
+  auto& cdp = browser_.cdp();
+  std::string session = browser_.activeTab()->sessionId;
+  int a = cdp.send("Input.dispatchKeyEvent", down, session);
+  int b = cdp.send("Input.dispatchKeyEvent", up, session);
+  cdp.wait(a);
+  cdp.wait(b);
+}
+
+bool ChromiumInput::browserShortcut(std::uint16_t virtualKey, std::uint64_t flags) {
+  std::uint64_t mods = flags & kModifierMask;
+  if (mods == keyflags::control && virtualKey == 48) {  // next tab, wrapping around
+    int n = static_cast<int>(browser_.tabs().size());
+    if (n > 0) browser_.activate((browser_.activeIndex() + 1) % n);
+    return true;
+  }
+  if (mods == keyflags::controlShift && virtualKey == 48) {  // previous tab
+    int n = static_cast<int>(browser_.tabs().size());
+    if (n > 0) browser_.activate((browser_.activeIndex() + n - 1) % n);
+    return true;
+  }
+  if (mods != keyflags::command) return false;
+  if (int n = tabNumber(virtualKey)) {
+    // Command-9 is always the last tab; the others go to that position when it exists.
+    int count = static_cast<int>(browser_.tabs().size());
+    if (n == 9) browser_.activate(count - 1);
+    else if (n <= count) browser_.activate(n - 1);
+    return true;
+  }
+  switch (virtualKey) {
+    case 33: browser_.goBack(); return true;
+    case 30: browser_.goForward(); return true;
+    case 15: browser_.reload(); return true;
+    case 17: browser_.openTab("about:blank"); return true;
+    case 13:
+      // The last tab's Command-W closes the window; Skimlet keeps its session's window open.
+      if (browser_.tabs().size() > 1) browser_.closeActiveTab();
+      return true;
+    case 0: keyEvent(*domKeyFor(0, false), flags, "selectAll"); browser_.changed(false); return true;
+    case 8: {
+      Json selected = browser_.evaluate(kSelectedText);
+      if (selected.is_string() && !selected.get<std::string>().empty()) pasteboard_.setString(selected.get<std::string>());
+      return true;
+    }
+    case 9: {
+      if (auto text = pasteboard_.string(); text && !text->empty())
+        browser_.tabCall("Input.insertText", {{"text", *text}});
+      browser_.changed(false);
+      return true;
+    }
+    case 7: {
+      Json selected = browser_.evaluate(kSelectedText);
+      if (selected.is_string() && !selected.get<std::string>().empty()) {
+        pasteboard_.setString(selected.get<std::string>());
+        browser_.evaluate("document.execCommand('delete')");
+      }
+      browser_.changed(false);
+      return true;
+    }
+    case 6: keyEvent(*domKeyFor(6, false), flags, "undo"); browser_.changed(false); return true;
+    default: return false;
+  }
+}
+
+bool ChromiumInput::postKey(Pid pid, std::uint16_t virtualKey, std::uint64_t flags) {
+  std::lock_guard lock(browser_.mutex());
+  if (pid != browser_.pid() || !browser_.alive()) return false;
+  events_.key(virtualKey, flags);
+  try {
+    if (browserShortcut(virtualKey, flags)) return true;
+    auto key = domKeyFor(virtualKey, flags & keyflags::shift);
+    if (!key) return true;  // posted, but no key the page would see
+    keyEvent(*key, flags);
+    // Return submits forms and follows links; let such a navigation finish.
+    browser_.changed(virtualKey == 36 || virtualKey == 76 || virtualKey == 49);
+  } catch (const CdpError&) {
+    browser_.changed(false);
+  }
+  return true;
+}
+
+bool ChromiumInput::postText(Pid pid, std::u16string_view units) {
+  std::lock_guard lock(browser_.mutex());
+  if (pid != browser_.pid() || !browser_.alive()) return false;
+  std::string text;
+  for (size_t i = 0; i < units.size(); ++i) {
+    char32_t c = units[i];
+    if (c >= 0xD800 && c < 0xDC00 && i + 1 < units.size() && units[i + 1] >= 0xDC00 && units[i + 1] < 0xE000)
+      c = 0x10000 + ((c - 0xD800) << 10) + (units[++i] - 0xDC00);
+    if (c < 0x80) text += static_cast<char>(c);
+    else if (c < 0x800) text += {static_cast<char>(0xC0 | (c >> 6)), static_cast<char>(0x80 | (c & 0x3F))};
+    else if (c < 0x10000)
+      text += {static_cast<char>(0xE0 | (c >> 12)), static_cast<char>(0x80 | ((c >> 6) & 0x3F)),
+               static_cast<char>(0x80 | (c & 0x3F))};
+    else
+      text += {static_cast<char>(0xF0 | (c >> 18)), static_cast<char>(0x80 | ((c >> 12) & 0x3F)),
+               static_cast<char>(0x80 | ((c >> 6) & 0x3F)), static_cast<char>(0x80 | (c & 0x3F))};
+  }
+  try {
+    Json secure = browser_.evaluate("document.activeElement?.type === 'password'");
+    events_.type(text, secure.is_boolean() && secure.get<bool>());
+    if (text == "\r" || text == "\n") {
+      keyEvent(*domKeyFor(36, false), 0);
+      browser_.changed(true);
+    } else {
+      browser_.tabCall("Input.insertText", {{"text", text}});
+      browser_.changed(false);
+    }
+  } catch (const CdpError&) {
+    browser_.changed(false);
+  }
+  return true;
+}
+
+bool ChromiumInput::postMouseClick(Point at) {
+  std::lock_guard lock(browser_.mutex());
+  if (!browser_.alive()) return false;
+  events_.mouseClick(at);
+  try {
+    Rect view = browser_.viewportFrame();
+    if (at.x >= view.x && at.y >= view.y && at.x < view.x + view.width && at.y < view.y + view.height) {
+      Json base = {{"x", at.x - view.x}, {"y", at.y - view.y}, {"button", "left"}, {"clickCount", 1}};
+      Json down = base, up = base;
+      down["type"] = "mousePressed";
+      up["type"] = "mouseReleased";
+      auto& cdp = browser_.cdp();
+      std::string session = browser_.activeTab()->sessionId;
+      int a = cdp.send("Input.dispatchMouseEvent", {{"type", "mouseMoved"}, {"x", at.x - view.x}, {"y", at.y - view.y}}, session);
+      int b = cdp.send("Input.dispatchMouseEvent", down, session);
+      int c = cdp.send("Input.dispatchMouseEvent", up, session);
+      cdp.wait(a);
+      cdp.wait(b);
+      cdp.wait(c);
+      browser_.changed(true);
+    } else if (auto element = ax_.chromeElementAt(at)) {
+      // The browser's own bands: the click lands on a tab or a toolbar button.
+      ax_.performAction(element, "AXPress");
+    }
+  } catch (const CdpError&) {
+    browser_.changed(false);
+  }
+  return true;
+}
+
+bool ChromiumInput::postScrollWheel(Point at, int lines) {
+  std::lock_guard lock(browser_.mutex());
+  if (!browser_.alive()) return false;
+  events_.scrollWheel(at, lines);
+  try {
+    Rect view = browser_.viewportFrame();
+    double x = std::clamp(at.x - view.x, 0.0, view.width - 1), y = std::clamp(at.y - view.y, 0.0, view.height - 1);
+    browser_.tabCall("Input.dispatchMouseEvent",
+                     {{"type", "mouseWheel"}, {"x", x}, {"y", y}, {"deltaX", 0}, {"deltaY", lines * 40}});
+    // Wheel scrolling is applied on the next frame; wait for it so a read afterwards sees it.
+    browser_.evaluate("new Promise(r => requestAnimationFrame(() => requestAnimationFrame(r)))");
+    browser_.changed(false);
+  } catch (const CdpError&) {
+    browser_.changed(false);
+  }
+  return true;
+}
+
+}  // namespace skimlet::chromium

@@ -1,0 +1,125 @@
+// The running browser as Skimlet sees it: its tabs in strip order with one active, the active
+// page read as an accessibility tree (cached until the page may have changed), the window's
+// geometry, and the browser's own commands (navigate, history, tabs). Every effect of the
+// backend goes through here, under one lock, because the DevTools pipe is one conversation.
+#pragma once
+
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "backends/chromium/browser_process.h"
+#include "backends/chromium/cdp_client.h"
+#include "backends/chromium/page_tree.h"
+#include "platform/geometry.h"
+
+namespace skimlet::chromium {
+
+struct Tab {
+  std::string targetId;
+  std::string sessionId;
+  std::string url;
+  std::string title;
+  int loadsStarted = 0;  // main-frame loads begun and ended, to wait for a navigation to finish
+  int loadsStopped = 0;
+};
+
+struct History {
+  bool canGoBack = false;
+  bool canGoForward = false;
+};
+
+// Heights of the browser's own bands above the page, in points: the tab strip, then the
+// toolbar. Headless Chromium reserves the same room above its viewport.
+inline constexpr double kTabStripHeight = 40;
+inline constexpr double kToolbarHeight = 40;
+
+class LiveBrowser {
+ public:
+  explicit LiveBrowser(const LaunchOptions& options = {});
+  ~LiveBrowser();
+  LiveBrowser(const LiveBrowser&) = delete;
+  LiveBrowser& operator=(const LiveBrowser&) = delete;
+
+  // Closes the browser (Browser.close, then the process group). Safe to call twice.
+  void close();
+  bool alive();
+  int pid() const { return pid_; }
+  const std::string& executable() const { return executable_; }
+  std::recursive_mutex& mutex() { return mutex_; }
+  CdpClient& cdp() { return *cdp_; }
+
+  // Tabs, in strip order.
+  std::vector<Tab> tabs();
+  int activeIndex();
+  const Tab* activeTab();
+  const Tab* tabById(const std::string& targetId);
+  void activate(int index);
+  // Opens a URL in a new tab that becomes the active one, and waits for it to load.
+  void openTab(const std::string& url, double timeout = 10);
+  void closeActiveTab();
+
+  // Navigation of the active tab; each waits for the resulting load.
+  void navigate(const std::string& url, double timeout = 10);
+  bool goBack();
+  bool goForward();
+  void reload();
+  History history();
+
+  // The active tab's page, re-read when it may have changed.
+  const PageTree& page();
+  // The page of any tab (the active one is the one usually asked).
+  const PageTree& page(const std::string& targetId);
+  // Screen frames: the window, the tab strip, the toolbar and the page's viewport.
+  Rect windowFrame();
+  Rect viewportFrame();
+  Rect tabStripFrame();
+  Rect toolbarFrame();
+
+  // Marks the page as changed by an effect; with settle, waits for a navigation that the effect
+  // started (a link, a submitted form, a key) to finish loading.
+  void changed(bool settle);
+  // Checks cheaply whether the page changed by itself (scripts, scrolling, focus) since it was
+  // read; reads at the start of a crawl call this.
+  void revalidate();
+
+  // Runs a function on a page node's DOM element (text nodes use their parent element) and
+  // returns its JSON result. Throws CdpError when the node is gone.
+  Json callOnNode(std::int64_t key, const std::string& function, const Json& args = Json::array());
+  // Evaluates an expression in the active page; returns its JSON value.
+  Json evaluate(const std::string& expression);
+  // Sends a command to the active tab's session.
+  Json tabCall(const std::string& method, const Json& params = Json::object());
+
+ private:
+  void attach(Tab& tab);
+  void pump();
+  void waitForLoad(const std::string& targetId, int startedBefore, double timeout);
+  void waitUntilReady(const std::string& targetId, double timeout);
+  void refresh(const std::string& targetId);
+  Tab* find(const std::string& targetId);
+
+  std::recursive_mutex mutex_;
+  std::unique_ptr<BrowserProcess> process_;
+  std::unique_ptr<CdpClient> cdp_;
+  std::string executable_;
+  int pid_ = 0;
+  std::vector<Tab> tabs_;
+  std::string active_;
+  std::vector<std::string> openedByPage_;  // tabs the page opened, still loading when noticed
+
+  struct Cache {
+    PageTree tree;
+    History history;
+    std::string generation;  // the page's own change counter when the tree was read
+    double checkedAt = -1;
+    bool valid = false;
+  };
+  std::unordered_map<std::string, Cache> cache_;
+  Rect window_{0, 0, 1200, 800};
+  Rect viewport_{0, 143, 1200, 657};
+};
+
+}  // namespace skimlet::chromium

@@ -1,0 +1,304 @@
+#include "backends/chromium/page_tree.h"
+
+#include <algorithm>
+#include <cctype>
+#include <charconv>
+#include <unordered_set>
+
+#include "backends/chromium/role_map.h"
+
+namespace skimlet::chromium {
+
+using Json = nlohmann::json;
+
+namespace {
+
+// What the DOM snapshot tells about one DOM node.
+struct DomInfo {
+  std::string tag;
+  std::string type, placeholder;
+  std::optional<std::string> inputValue;
+  std::optional<Rect> bounds;  // document coordinates
+  bool clickable = false;
+};
+
+struct DomIndex {
+  std::unordered_map<std::int64_t, DomInfo> byBackendId;
+  double scrollX = 0, scrollY = 0, contentHeight = 0;
+};
+
+std::string lower(std::string s) {
+  std::transform(s.begin(), s.end(), s.begin(), [](unsigned char c) { return std::tolower(c); });
+  return s;
+}
+
+DomIndex indexSnapshot(const Json& snapshot) {
+  DomIndex out;
+  if (!snapshot.contains("documents") || snapshot["documents"].empty()) return out;
+  const Json& strings = snapshot["strings"];
+  auto str = [&](const Json& idx) -> std::string {
+    if (!idx.is_number_integer()) return "";
+    int i = idx.get<int>();
+    return i >= 0 && i < static_cast<int>(strings.size()) ? strings[i].get<std::string>() : "";
+  };
+  const Json& doc = snapshot["documents"][0];  // the main frame; frames below are not read
+  out.scrollX = doc.value("scrollOffsetX", 0.0);
+  out.scrollY = doc.value("scrollOffsetY", 0.0);
+  out.contentHeight = doc.value("contentHeight", 0.0);
+  const Json& nodes = doc["nodes"];
+  const Json& ids = nodes["backendNodeId"];
+  const Json& names = nodes["nodeName"];
+  const Json& attrs = nodes["attributes"];
+  std::vector<std::int64_t> backend(ids.size());
+  for (size_t i = 0; i < ids.size(); ++i) {
+    backend[i] = ids[i].get<std::int64_t>();
+    DomInfo& info = out.byBackendId[backend[i]];
+    std::string name = str(names[i]);
+    if (!name.empty() && name[0] != '#' && name[0] != ':') info.tag = name;
+    if (i < attrs.size()) {
+      const Json& a = attrs[i];
+      for (size_t k = 0; k + 1 < a.size(); k += 2) {
+        std::string key = str(a[k]);
+        if (key == "type") info.type = lower(str(a[k + 1]));
+        else if (key == "placeholder") info.placeholder = str(a[k + 1]);
+      }
+    }
+  }
+  if (nodes.contains("inputValue")) {
+    const Json& rare = nodes["inputValue"];
+    for (size_t k = 0; k < rare["index"].size(); ++k) {
+      size_t i = rare["index"][k].get<size_t>();
+      if (i < backend.size()) out.byBackendId[backend[i]].inputValue = str(rare["value"][k]);
+    }
+  }
+  if (nodes.contains("isClickable"))
+    for (const Json& i : nodes["isClickable"]["index"])
+      if (i.get<size_t>() < backend.size()) out.byBackendId[backend[i.get<size_t>()]].clickable = true;
+  const Json& layout = doc["layout"];
+  const Json& layoutNodes = layout["nodeIndex"];
+  const Json& bounds = layout["bounds"];
+  for (size_t k = 0; k < layoutNodes.size() && k < bounds.size(); ++k) {
+    size_t i = layoutNodes[k].get<size_t>();
+    const Json& b = bounds[k];
+    if (i >= backend.size() || b.size() < 4) continue;
+    DomInfo& info = out.byBackendId[backend[i]];
+    if (info.bounds) continue;  // the first box is the element's own; later ones are continuations
+    info.bounds = Rect{b[0].get<double>(), b[1].get<double>(), b[2].get<double>(), b[3].get<double>()};
+  }
+  return out;
+}
+
+std::string jsonText(const Json& v) {
+  if (v.is_string()) return v.get<std::string>();
+  if (v.is_number_integer()) return std::to_string(v.get<long long>());
+  if (v.is_number()) {
+    std::string s = std::to_string(v.get<double>());
+    s.erase(s.find_last_not_of('0') + 1);
+    if (!s.empty() && s.back() == '.') s.pop_back();
+    return s;
+  }
+  if (v.is_boolean()) return v.get<bool>() ? "true" : "false";
+  return "";
+}
+
+// The "value" member of one of the protocol's AXValue records.
+const Json* inner(const Json& node, const char* key) {
+  auto it = node.find(key);
+  if (it == node.end() || !it->is_object()) return nullptr;
+  auto v = it->find("value");
+  return v == it->end() ? nullptr : &*v;
+}
+
+const std::unordered_set<std::string_view>& clickableRoles() {
+  static const std::unordered_set<std::string_view> roles = {
+      "AXButton",  "AXLink",      "AXCheckBox", "AXRadioButton",        "AXMenuItem",      "AXPopUpButton",
+      "AXMenuButton", "AXDisclosureTriangle", "AXTab", "AXSwitch", "AXToolbarButton"};
+  return roles;
+}
+
+class Builder {
+ public:
+  Builder(const Json& ax, const DomIndex& dom, Rect viewport) : dom_(dom), viewport_(viewport) {
+    const Json& nodes = ax["nodes"];
+    for (const Json& n : nodes) byId_[n["nodeId"].get<std::string>()] = &n;
+    for (const Json& n : nodes)
+      if (!n.contains("parentId")) {
+        root_ = &n;
+        break;
+      }
+  }
+
+  PageTree build() {
+    tree_.scrollX = dom_.scrollX;
+    tree_.scrollY = dom_.scrollY;
+    tree_.contentHeight = dom_.contentHeight;
+    if (root_) add(*root_, -1);
+    if (!tree_.nodes.empty()) {
+      tree_.nodes[0].frame = viewport_;
+      if (tree_.focused < 0) tree_.focused = 0;
+      tree_.title = tree_.nodes[0].title;
+      tree_.url = tree_.nodes[0].url;
+    }
+    return std::move(tree_);
+  }
+
+ private:
+  // Adds the children of an ignored node to `parent` in its place.
+  void addChildren(const Json& n, int parent) {
+    if (!n.contains("childIds")) return;
+    for (const Json& id : n["childIds"]) {
+      auto it = byId_.find(id.get<std::string>());
+      if (it != byId_.end()) add(*it->second, parent);
+    }
+  }
+
+  void add(const Json& n, int parent) {
+    if (n.value("ignored", false)) {
+      addChildren(n, parent);
+      return;
+    }
+    const Json* roleValue = inner(n, "role");
+    std::string cdpRole = roleValue && roleValue->is_string() ? roleValue->get<std::string>() : "";
+    std::unordered_map<std::string, const Json*> props;
+    if (n.contains("properties"))
+      for (const Json& p : n["properties"])
+        if (p.contains("value") && p["value"].contains("value")) props[p["name"].get<std::string>()] = &p["value"]["value"];
+    auto prop = [&](const char* name) -> const Json* {
+      auto it = props.find(name);
+      return it == props.end() ? nullptr : it->second;
+    };
+    auto flag = [&](const char* name) {
+      const Json* v = prop(name);
+      return v && ((v->is_boolean() && v->get<bool>()) || (v->is_string() && v->get<std::string>() == "true"));
+    };
+
+    std::int64_t backendId = n.value("backendDOMNodeId", std::int64_t{0});
+    const DomInfo* dom = nullptr;
+    if (backendId) {
+      auto it = dom_.byBackendId.find(backendId);
+      if (it != dom_.byBackendId.end()) dom = &it->second;
+    }
+    RoleContext ctx;
+    if (dom) {
+      ctx.tagName = dom->tag;
+      ctx.inputType = dom->type;
+    }
+    ctx.multiline = flag("multiline");
+    if (const Json* e = prop("editable"); e && e->is_string()) ctx.editable = !e->get<std::string>().empty();
+    AxRole mapped = mapRole(cdpRole, ctx);
+    if (mapped.role.empty()) return;
+
+    PageNode node;
+    node.role = mapped.role;
+    node.subrole = mapped.subrole;
+    node.parent = parent;
+    node.secure = node.subrole == "AXSecureTextField";
+    node.tag = dom ? dom->tag : "";
+    node.key = keyFor(n, backendId);
+
+    const Json* nameValue = inner(n, "name");
+    std::string name = nameValue ? jsonText(*nameValue) : "";
+    if (const Json* d = inner(n, "description")) node.help = jsonText(*d);
+    if (dom) node.placeholder = dom->placeholder;
+    if (!node.placeholder.empty() && name == node.placeholder) name.clear();  // shown as placeholder
+    switch (mapped.name) {
+      case NamePlacement::title: node.title = name; break;
+      case NamePlacement::description: node.desc = name; break;
+      case NamePlacement::value:
+        node.valueKind = PageNode::ValueKind::text;
+        node.text = name;
+        break;
+      case NamePlacement::none: break;
+    }
+    if (const Json* u = prop("url"); u && u->is_string()) node.url = u->get<std::string>();
+
+    // Values as the desktop reports them.
+    const Json* axValue = inner(n, "value");
+    if (node.role == "AXHeading") {
+      if (const Json* level = prop("level"); level && level->is_number()) {
+        node.valueKind = PageNode::ValueKind::number;
+        node.number = level->get<double>();
+      }
+    } else if (node.role == "AXCheckBox" || (node.role == "AXRadioButton" && node.subrole.empty())) {
+      const Json* checked = prop("checked");
+      std::string c = checked ? jsonText(*checked) : "false";
+      node.valueKind = PageNode::ValueKind::number;
+      node.number = c == "true" ? 1 : c == "mixed" ? 2 : 0;
+    } else if (node.subrole == "AXTabButton") {
+      node.valueKind = PageNode::ValueKind::number;
+      node.number = flag("selected") ? 1 : 0;
+    } else if (node.role == "AXTextField" || node.role == "AXTextArea" || node.role == "AXComboBox") {
+      std::string v = dom && dom->inputValue ? *dom->inputValue : axValue ? jsonText(*axValue) : "";
+      node.valueKind = PageNode::ValueKind::text;
+      node.text = node.secure ? maskSecret(v) : v;
+      node.valueSettable = !flag("readonly") && !flag("disabled");
+    } else if (axValue && node.valueKind == PageNode::ValueKind::none) {
+      if (axValue->is_number()) {
+        node.valueKind = PageNode::ValueKind::number;
+        node.number = axValue->get<double>();
+      } else {
+        std::string v = jsonText(*axValue);
+        if (!v.empty()) {
+          node.valueKind = PageNode::ValueKind::text;
+          node.text = v;
+        }
+      }
+    }
+
+    node.enabled = !flag("disabled");
+    node.focusable = flag("focusable");
+    node.focused = flag("focused");
+    bool textInput = node.role == "AXTextField" || node.role == "AXTextArea" || node.role == "AXComboBox";
+    node.pressable = clickableRoles().count(node.role) > 0 || (dom && dom->clickable) ||
+                     (node.focusable && !textInput && node.role != "AXWebArea");
+
+    if (parent >= 0 && dom && dom->bounds) {
+      const Rect& b = *dom->bounds;
+      node.frame = Rect{viewport_.x + b.x - dom_.scrollX, viewport_.y + b.y - dom_.scrollY, b.width, b.height};
+    }
+    if (parent < 0) {
+      node.title = name;
+      node.desc.clear();
+    }
+
+    int index = static_cast<int>(tree_.nodes.size());
+    if (node.focused && node.role != "AXWebArea") tree_.focused = index;
+    tree_.byKey[node.key] = index;
+    tree_.nodes.push_back(std::move(node));
+    if (parent >= 0) tree_.nodes[parent].children.push_back(index);
+    if (!mapped.leaf) addChildren(n, index);
+  }
+
+  std::int64_t keyFor(const Json& n, std::int64_t backendId) {
+    if (backendId > 0 && !tree_.byKey.count(backendId)) return backendId;
+    // Nodes without a DOM node of their own: a negative key from the tree's own id.
+    std::string id = n["nodeId"].get<std::string>();
+    std::int64_t v = 0;
+    std::from_chars(id.data(), id.data() + id.size(), v);
+    std::int64_t key = v < 0 ? v : -(v + 1);
+    while (tree_.byKey.count(key)) --key;
+    return key;
+  }
+
+  const DomIndex& dom_;
+  Rect viewport_;
+  std::unordered_map<std::string, const Json*> byId_;
+  const Json* root_ = nullptr;
+  PageTree tree_;
+};
+
+}  // namespace
+
+std::string maskSecret(const std::string& text) {
+  std::string out;
+  for (unsigned char c : text)
+    if ((c & 0xC0) != 0x80) out += "\u2022";
+  return out;
+}
+
+PageTree buildPageTree(const Json& axTree, const Json& domSnapshot, Rect viewport) {
+  DomIndex dom = indexSnapshot(domSnapshot);
+  return Builder(axTree, dom, viewport).build();
+}
+
+}  // namespace skimlet::chromium
