@@ -21,6 +21,9 @@ struct BrowserTarget {
   std::optional<ax::ElementRef> window(ax::Api& ax) const;
   // The application's focused element, when it is one.
   std::optional<ax::ElementRef> focusedElement(ax::Api& ax) const;
+
+  // Forgets which processes were prepared, so a test can watch preparation happen again.
+  static void forgetPreparedForTesting();
 };
 
 }  // namespace skimlet

@@ -6,6 +6,8 @@
 #include <cblas.h>
 #endif
 
+#include <algorithm>
+#include <atomic>
 #include <climits>
 #include <cstdio>
 #include <cstdlib>
@@ -74,6 +76,13 @@ void quantizedBand(const QuantizedRows& xq, const QMatrix& m, float* y, int64_t 
 
 }  // namespace
 
+namespace {
+std::atomic<bool> quantizedEnabled{true};
+}  // namespace
+
+void useQuantizedProducts(bool on) { quantizedEnabled.store(on); }
+bool quantizedProductsEnabled() { return quantizedEnabled.load(); }
+
 bool quantizedPathSupports(const QMatrix& m) {
   return kernelFor(m.type, genericDotKernels()) != nullptr && m.cols % blockLenFor(m.type) == 0;
 }
@@ -88,7 +97,7 @@ void matmulBands(const float* x, int n, const QMatrix& m, float* y) {
 
 namespace {
 
-void runAll(std::span<const MatmulJob> jobs, int n, const DotKernels& kernels) {
+void runAll(std::span<const MatmulJob> jobs, int n, const DotKernels& kernels, bool quantized) {
   if (n <= 0) return;
   singleThreadedBlas();
   // Activations are quantized once per distinct input and block length.
@@ -109,7 +118,7 @@ void runAll(std::span<const MatmulJob> jobs, int n, const DotKernels& kernels) {
   int64_t tasks = 0;
   for (const MatmulJob& job : jobs) {
     Plan plan{&job, nullptr, nullptr, tasks, 0, bandRows(n)};
-    if (quantizedPathSupports(*job.m)) {
+    if (quantized && quantizedPathSupports(*job.m)) {
       plan.dot = kernelFor(job.m->type, kernels);
       const int blockLen = blockLenFor(job.m->type);
       auto it = std::find_if(prepared.begin(), prepared.end(),
@@ -143,10 +152,10 @@ void runAll(std::span<const MatmulJob> jobs, int n, const DotKernels& kernels) {
 
 void matmulQuantized(const float* x, int n, const QMatrix& m, float* y, const DotKernels& kernels) {
   MatmulJob job{x, &m, y};
-  runAll(std::span<const MatmulJob>(&job, 1), n, kernels);
+  runAll(std::span<const MatmulJob>(&job, 1), n, kernels, true);
 }
 
-void matmulAll(std::span<const MatmulJob> jobs, int n) { runAll(jobs, n, dotKernels()); }
+void matmulAll(std::span<const MatmulJob> jobs, int n) { runAll(jobs, n, dotKernels(), quantizedProductsEnabled()); }
 
 void matmul(const float* x, int n, const QMatrix& m, float* y) {
   MatmulJob job{x, &m, y};

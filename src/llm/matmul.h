@@ -23,6 +23,11 @@ void matmulBands(const float* x, int n, const QMatrix& m, float* y);
 bool quantizedPathSupports(const QMatrix& m);
 void matmulQuantized(const float* x, int n, const QMatrix& m, float* y, const DotKernels& kernels = dotKernels());
 
+// Whether matmul may take the quantized path (on by default). Off, every product is an exact
+// single-precision one, which tests and benchmarks use for comparison.
+void useQuantizedProducts(bool on);
+bool quantizedProductsEnabled();
+
 // Several products over the same n rows run as one parallel pass (e.g. the query, key and value
 // projections), saving a round of waking the workers.
 struct MatmulJob {

@@ -15,6 +15,7 @@ std::optional<std::string> StandInModel::generate(const std::string& system, con
       replies.pop_front();
     }
   }
+  if (onRequest) onRequest(stop);
   if (!reply) return std::nullopt;
   std::string sofar;
   int piece = 0;

@@ -6,6 +6,7 @@
 #include <functional>
 #include <mutex>
 #include <optional>
+#include <stop_token>
 #include <string>
 #include <vector>
 
@@ -27,6 +28,8 @@ class StandInModel : public ChatModel {
   std::optional<std::string> loadError;
   // Replies handed out in order; none once they run out. A reply is streamed word by word.
   std::deque<std::optional<std::string>> replies;
+  // Called as each request arrives, e.g. to hold it until the caller gives up.
+  std::function<void(std::stop_token)> onRequest;
   // Called before each streamed piece with its position (0, 1, ...), e.g. to stop the request.
   std::function<void(int)> beforePiece;
   // A careless model keeps writing after it has been stopped; a careful one checks between pieces.

@@ -163,10 +163,7 @@ Value ChromiumAx::read(const LiveElement& e, std::string_view name) {
       int index = static_cast<int>(it - tabs.begin());
       if (name == "AXRole") return std::string("AXRadioButton");
       if (name == "AXSubrole") return std::string("AXTabButton");
-      if (name == "AXTitle") {
-        std::string title = it->targetId == browser_.activeTab()->targetId ? browser_.page().title : it->title;
-        return title.empty() ? it->url : title;
-      }
+      if (name == "AXTitle") return browser_.titleOf(it->targetId);
       if (name == "AXValue") return index == browser_.activeIndex() ? 1.0 : 0.0;
       if (name == "AXEnabled") return true;
       if (name == "AXDescription" || name == "AXHelp") return std::string();

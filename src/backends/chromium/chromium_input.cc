@@ -53,6 +53,7 @@ constexpr const char* kSelectedText = R"JS((() => {
   const a = document.activeElement;
   if (a instanceof HTMLInputElement || a instanceof HTMLTextAreaElement) {
     if (a.type === 'password') return '';
+    // Some input types (email, number) have no selection range of their own.
     try { return a.value.substring(a.selectionStart ?? 0, a.selectionEnd ?? 0); } catch (e) { return ''; }
   }
   return String(getSelection());
@@ -108,6 +109,21 @@ void ChromiumInput::keyEvent(const DomKey& key, std::uint64_t flags, const std::
   cdp.wait(b);
 }
 
+std::string ChromiumInput::selectedText(std::uint64_t flags) {
+  Json selected = browser_.evaluate(kSelectedText);
+  if (selected.is_string() && !selected.get<std::string>().empty()) return selected.get<std::string>();
+  // Fields without a selection range of their own (email, number): the browser's own copy
+  // command, read back from its clipboard.
+  try {
+    browser_.evaluate("navigator.clipboard.writeText('').catch(() => {})");
+    keyEvent(*domKeyFor(8, false), flags, "copy");
+    Json copied = browser_.evaluate("navigator.clipboard.readText().catch(() => '')");
+    if (copied.is_string()) return copied.get<std::string>();
+  } catch (const CdpError&) {
+  }
+  return "";
+}
+
 bool ChromiumInput::browserShortcut(std::uint16_t virtualKey, std::uint64_t flags) {
   std::uint64_t mods = flags & kModifierMask;
   if (mods == keyflags::control && virtualKey == 48) {  // next tab, wrapping around
@@ -139,8 +155,8 @@ bool ChromiumInput::browserShortcut(std::uint16_t virtualKey, std::uint64_t flag
       return true;
     case 0: keyEvent(*domKeyFor(0, false), flags, "selectAll"); browser_.changed(false); return true;
     case 8: {
-      Json selected = browser_.evaluate(kSelectedText);
-      if (selected.is_string() && !selected.get<std::string>().empty()) pasteboard_.setString(selected.get<std::string>());
+      std::string text = selectedText(flags);
+      if (!text.empty()) pasteboard_.setString(text);
       return true;
     }
     case 9: {
@@ -150,9 +166,9 @@ bool ChromiumInput::browserShortcut(std::uint16_t virtualKey, std::uint64_t flag
       return true;
     }
     case 7: {
-      Json selected = browser_.evaluate(kSelectedText);
-      if (selected.is_string() && !selected.get<std::string>().empty()) {
-        pasteboard_.setString(selected.get<std::string>());
+      std::string text = selectedText(flags);
+      if (!text.empty()) {
+        pasteboard_.setString(text);
         browser_.evaluate("document.execCommand('delete')");
       }
       browser_.changed(false);

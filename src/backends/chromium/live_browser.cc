@@ -44,6 +44,11 @@ LiveBrowser::LiveBrowser(const LaunchOptions& options) {
   cdp_ = std::make_unique<CdpClient>(process_->writeFd(), process_->readFd(), 15.0);
   try {
     cdp_->call("Target.setDiscoverTargets", {{"discover", true}});
+    // Copy and paste reach the page's clipboard as the user's own shortcuts would.
+    try {
+      cdp_->call("Browser.grantPermissions", {{"permissions", {"clipboardReadWrite", "clipboardSanitizedWrite"}}});
+    } catch (const CdpError&) {
+    }
     // The first tab may take a moment to be announced after start-up.
     for (int i = 0; i < 200 && tabs_.empty(); ++i) {
       pump();
@@ -182,6 +187,26 @@ const Tab* LiveBrowser::tabById(const std::string& targetId) {
   std::lock_guard lock(mutex_);
   pump();
   return find(targetId);
+}
+
+std::string LiveBrowser::titleOf(const std::string& targetId) {
+  std::lock_guard lock(mutex_);
+  pump();
+  Tab* tab = find(targetId);
+  if (!tab) return "";
+  std::string title;
+  if (targetId == active_) {
+    title = page().title;
+  } else {
+    // Background tabs are not re-read; their own document knows its title.
+    try {
+      Json r = cdp_->call("Runtime.evaluate", {{"expression", "document.title"}, {"returnByValue", true}}, tab->sessionId, 2);
+      title = r["result"].value("value", "");
+    } catch (const CdpError&) {
+      title = tab->title;
+    }
+  }
+  return title.empty() ? tab->url : title;
 }
 
 void LiveBrowser::activate(int index) {

@@ -56,6 +56,8 @@ class LiveBrowser {
   int activeIndex();
   const Tab* activeTab();
   const Tab* tabById(const std::string& targetId);
+  // A tab's page title as its tab shows it (the URL while it has none).
+  std::string titleOf(const std::string& targetId);
   void activate(int index);
   // Opens a URL in a new tab that becomes the active one, and waits for it to load.
   void openTab(const std::string& url, double timeout = 10);

@@ -1,0 +1,168 @@
+#include "backends/memory/recording.h"
+
+#include <cmath>
+#include <fstream>
+#include <sstream>
+
+#include "page/roles.h"
+
+namespace skimlet::memory {
+
+using nlohmann::json;
+
+bool Node::valueSettable() const { return settable.value_or(Roles::textInput(role)); }
+
+namespace {
+
+[[noreturn]] void fail(const std::string& where, const std::string& what) { throw RecordingError(where + ": " + what); }
+
+std::string text(const json& j, const std::string& where) {
+  if (!j.is_string()) fail(where, "expected a string");
+  return j.get<std::string>();
+}
+
+bool boolean(const json& j, const std::string& where) {
+  if (!j.is_boolean()) fail(where, "expected true or false");
+  return j.get<bool>();
+}
+
+Node parseNode(const json& j, const std::string& where, std::string& focusedAt) {
+  if (!j.is_object()) fail(where, "expected an object (a node)");
+  Node n;
+  auto field = [&](const char* key) -> const json* {
+    auto it = j.find(key);
+    return it == j.end() || it->is_null() ? nullptr : &*it;
+  };
+  auto at = [&](const char* key) { return where + "." + key; };
+  for (auto [key, out] : {std::pair{"role", &n.role}, {"subrole", &n.subrole}, {"title", &n.title},
+                          {"description", &n.description}, {"help", &n.help}, {"placeholder", &n.placeholder}}) {
+    if (auto v = field(key)) *out = text(*v, at(key));
+  }
+  if (auto v = field("value")) {
+    if (v->is_string()) n.value = v->get<std::string>();
+    else if (v->is_boolean()) n.value = v->get<bool>();
+    else if (v->is_number()) n.value = v->get<double>();
+    else fail(at("value"), "expected a string, number or boolean");
+  }
+  if (auto v = field("url")) n.url = text(*v, at("url"));
+  if (auto v = field("frame")) {
+    if (!v->is_array() || v->size() != 4) fail(at("frame"), "expected [x, y, width, height]");
+    double f[4];
+    for (int i = 0; i < 4; ++i) {
+      if (!(*v)[i].is_number()) fail(at("frame"), "expected [x, y, width, height]");
+      f[i] = (*v)[i].get<double>();
+    }
+    n.frame = Rect{f[0], f[1], f[2], f[3]};
+  }
+  if (auto v = field("enabled")) n.enabled = boolean(*v, at("enabled"));
+  if (auto v = field("hidden")) n.hidden = boolean(*v, at("hidden"));
+  if (auto v = field("focused")) {
+    n.focused = boolean(*v, at("focused"));
+    if (n.focused) {
+      if (!focusedAt.empty()) fail(at("focused"), "only one node may be focused (" + focusedAt + " is too)");
+      focusedAt = where;
+    }
+  }
+  if (auto v = field("actions")) {
+    if (!v->is_array()) fail(at("actions"), "expected a list of action names");
+    for (std::size_t i = 0; i < v->size(); ++i) n.actions.push_back(text((*v)[i], at("actions") + "[" + std::to_string(i) + "]"));
+  }
+  if (auto v = field("settable")) n.settable = boolean(*v, at("settable"));
+  if (auto v = field("keystrokes")) n.keystrokes = boolean(*v, at("keystrokes"));
+  if (auto v = field("pressError")) {
+    if (!v->is_number_integer()) fail(at("pressError"), "expected an error code such as -25202");
+    n.pressError = v->get<int>();
+  }
+  if (auto v = field("children")) {
+    if (!v->is_array()) fail(at("children"), "expected a list of nodes");
+    n.children.reserve(v->size());
+    for (std::size_t i = 0; i < v->size(); ++i)
+      n.children.push_back(parseNode((*v)[i], at("children") + "[" + std::to_string(i) + "]", focusedAt));
+  }
+  return n;
+}
+
+}  // namespace
+
+Recording parseRecording(const json& j) {
+  if (!j.is_object()) fail("recording", "expected an object with \"app\" and \"window\"");
+  Recording r;
+  auto app = j.find("app");
+  if (app == j.end()) fail("app", "missing");
+  if (!app->is_object()) fail("app", "expected an object with name, bundleID and pid");
+  if (auto v = app->find("name"); v != app->end() && !v->is_null()) r.app.name = text(*v, "app.name");
+  if (auto v = app->find("bundleID"); v != app->end() && !v->is_null()) r.app.bundleID = text(*v, "app.bundleID");
+  if (auto v = app->find("bundlePath"); v != app->end() && !v->is_null()) r.app.bundlePath = text(*v, "app.bundlePath");
+  if (auto v = app->find("pid"); v != app->end() && !v->is_null()) {
+    if (!v->is_number_integer() || v->get<long long>() <= 0) fail("app.pid", "expected a positive whole number");
+    r.app.pid = v->get<Pid>();
+  }
+  if (auto v = j.find("front"); v != j.end() && !v->is_null()) r.front = boolean(*v, "front");
+  auto window = j.find("window");
+  if (window == j.end() || window->is_null()) fail("window", "missing");
+  std::string focusedAt;
+  r.window = parseNode(*window, "window", focusedAt);
+  return r;
+}
+
+Recording parseRecording(std::string_view text) {
+  json j;
+  try {
+    j = json::parse(text);
+  } catch (const json::parse_error& e) {
+    // nlohmann's message names the byte offset of the problem; keep it.
+    std::string what = e.what();
+    auto colon = what.find("] ");
+    throw RecordingError("not valid JSON: " + (colon == std::string::npos ? what : what.substr(colon + 2)));
+  }
+  return parseRecording(j);
+}
+
+Recording loadRecording(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  if (!in) throw RecordingError(path + ": cannot open the file");
+  std::stringstream buffer;
+  buffer << in.rdbuf();
+  try {
+    return parseRecording(std::string_view(buffer.str()));
+  } catch (const RecordingError& e) {
+    throw RecordingError(path + ": " + e.what());
+  }
+}
+
+json toJson(const Node& n) {
+  json j = json::object();
+  auto put = [&](const char* key, const std::string& s) {
+    if (!s.empty()) j[key] = s;
+  };
+  put("role", n.role);
+  put("subrole", n.subrole);
+  put("title", n.title);
+  put("description", n.description);
+  put("help", n.help);
+  put("placeholder", n.placeholder);
+  if (n.value) std::visit([&](const auto& v) { j["value"] = v; }, *n.value);
+  if (n.url) j["url"] = *n.url;
+  if (n.frame) j["frame"] = {n.frame->x, n.frame->y, n.frame->width, n.frame->height};
+  if (n.enabled) j["enabled"] = *n.enabled;
+  if (n.hidden) j["hidden"] = *n.hidden;
+  if (n.focused) j["focused"] = true;
+  if (!n.actions.empty()) j["actions"] = n.actions;
+  if (n.settable) j["settable"] = *n.settable;
+  if (!n.keystrokes) j["keystrokes"] = false;
+  if (n.pressError) j["pressError"] = *n.pressError;
+  if (!n.children.empty()) {
+    json children = json::array();
+    for (const auto& c : n.children) children.push_back(toJson(c));
+    j["children"] = std::move(children);
+  }
+  return j;
+}
+
+json toJson(const Recording& r) {
+  json app = {{"name", r.app.name}, {"bundleID", r.app.bundleID}, {"pid", r.app.pid}};
+  if (!r.app.bundlePath.empty()) app["bundlePath"] = r.app.bundlePath;
+  return json{{"app", std::move(app)}, {"front", r.front}, {"window", toJson(r.window)}};
+}
+
+}  // namespace skimlet::memory

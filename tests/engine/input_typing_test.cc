@@ -1,0 +1,64 @@
+// Synthetic typing: one key pair per user-perceived character, paced by the clock.
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "engine/input_typing.h"
+
+namespace skimlet {
+namespace {
+
+struct Posted : InputEvents {
+  std::vector<std::u16string> texts;
+  bool postKey(Pid, std::uint16_t, std::uint64_t) override { return true; }
+  bool postText(Pid, std::u16string_view units) override {
+    texts.emplace_back(units);
+    return true;
+  }
+  bool postMouseClick(Point) override { return true; }
+  bool postScrollWheel(Point, int) override { return true; }
+};
+
+struct CountingClock : Clock {
+  double t = 0;
+  int sleeps = 0;
+  double now() override { return t; }
+  void sleep(double s) override {
+    t += s;
+    ++sleeps;
+  }
+};
+
+TEST(InputTyping, OneKeyPairPerCharacterKeepsClustersWhole) {
+  Posted input;
+  CountingClock clock;
+  // An emoji needs two UTF-16 units; "é" written as e + combining accent is one character.
+  Input::type(input, clock, "a😀e\xCC\x81z", 42);
+  ASSERT_EQ(input.texts.size(), 4u);
+  EXPECT_EQ(input.texts[0], u"a");
+  EXPECT_EQ(input.texts[1], u"\U0001F600");
+  EXPECT_EQ(input.texts[1].size(), 2u);
+  EXPECT_EQ(input.texts[2], u"e\u0301");
+  EXPECT_EQ(input.texts[3], u"z");
+  // Paced 3 ms between characters, never after the last.
+  EXPECT_EQ(clock.sleeps, 3);
+  EXPECT_NEAR(clock.t, 0.009, 1e-12);
+}
+
+TEST(InputTyping, EmptyTextPostsNothing) {
+  Posted input;
+  CountingClock clock;
+  Input::type(input, clock, "", 42);
+  EXPECT_TRUE(input.texts.empty());
+  EXPECT_EQ(clock.sleeps, 0);
+}
+
+TEST(InputTyping, MalformedBytesBecomeReplacementCharacters) {
+  EXPECT_EQ(Input::utf16("a\xFF" "b"), u"a\uFFFDb");
+  EXPECT_EQ(Input::utf16("\xE2\x82"), u"\uFFFD\uFFFD");  // cut-off sequence
+  EXPECT_EQ(Input::utf16("€"), u"€");
+}
+
+}  // namespace
+}  // namespace skimlet

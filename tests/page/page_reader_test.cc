@@ -1,0 +1,237 @@
+#include "page/page_reader.h"
+
+#include <gtest/gtest.h>
+
+#include "backends/memory/backend.h"
+#include "page/page_snapshot.h"
+#include "support/page_builder.h"
+
+namespace skimlet {
+namespace {
+
+using Kind = PageLine::Kind;
+using testing::ElementList;
+
+struct L {
+  std::string text;
+  Kind kind;
+  int level = 0;
+  bool operator==(const L&) const = default;
+};
+std::ostream& operator<<(std::ostream& os, const L& l) {
+  return os << "{" << l.text << ", " << static_cast<int>(l.kind) << ", " << l.level << "}";
+}
+
+std::vector<L> read(const std::vector<PageElement>& elements) {
+  std::vector<L> out;
+  for (const auto& line : PageReader::lines(elements)) out.push_back({line.text, line.kind, line.level});
+  return out;
+}
+
+PageElement staticText(std::string value) { return PageElement{.role = "AXStaticText", .value = std::move(value)}; }
+
+TEST(PageReaderLines, EmptyPage) {
+  EXPECT_TRUE(PageReader::lines({}).empty());
+  EXPECT_TRUE(PageReader::chunks({}, 900).empty());
+  EXPECT_EQ(PageSnapshot{}.text(), "");
+}
+
+TEST(PageReaderLines, TextRunsAndInlineLinksOfOneParagraphMergeIntoOneLine) {
+  ElementList page;
+  int p = page.add({.role = "AXGroup"});
+  page.add(staticText("The council"), p);
+  page.add(staticText(" voted  on\nTuesday"), p);
+  int a = page.add({.role = "AXLink"}, p);
+  page.add(staticText("new budget"), a);  // said by the link itself
+  page.add(staticText("for the city."), p);
+  int q = page.add({.role = "AXGroup"});
+  page.add(staticText("Next paragraph."), q);
+  // The link's label comes from its text child.
+  auto list = page.list();
+  list[a].title = "new budget";
+  EXPECT_EQ(read(list), (std::vector<L>{{"The council voted on Tuesday new budget for the city.", Kind::text},
+                                        {"Next paragraph.", Kind::text}}));
+}
+
+TEST(PageReaderLines, TextFallsBackToTitleThenDescriptionAndListItemsAreItems) {
+  ElementList page;
+  int list = page.add({.role = "AXList"});
+  int item = page.add({.role = "AXListItem"}, list);
+  page.add({.role = "AXStaticText", .title = "from title"}, item);
+  int item2 = page.add({.role = "AXListItem"}, list);
+  page.add({.role = "AXStaticText", .desc = "from desc"}, item2);
+  page.add({.role = "AXStaticText", .value = "  "}, item2);
+  EXPECT_EQ(read(page), (std::vector<L>{{"from title", Kind::item}, {"from desc", Kind::item}}));
+}
+
+TEST(PageReaderLines, ControlsEndTheParagraph) {
+  ElementList page;
+  int p = page.add({.role = "AXGroup"});
+  page.add(staticText("Before"), p);
+  page.add({.role = "AXButton", .title = "Go"}, p);
+  page.add(staticText("After"), p);
+  EXPECT_EQ(read(page), (std::vector<L>{{"Before", Kind::text}, {"Go", Kind::button}, {"After", Kind::text}}));
+}
+
+TEST(PageReaderLines, ALinkOnItsOwnLineIsFollowedByANewLine) {
+  ElementList page;
+  int p = page.add({.role = "AXGroup"});
+  page.add({.role = "AXLink", .title = "Home"}, p);
+  page.add(staticText("Welcome"), p);
+  page.add({.role = "AXLink", .title = "About"}, p);  // merges into the paragraph before it
+  EXPECT_EQ(read(page), (std::vector<L>{{"Home", Kind::link}, {"Welcome About", Kind::text}}));
+}
+
+TEST(PageReaderLines, RepeatedShortLinksAndRepeatedButtonsAppearOnce) {
+  const std::string longLabel = "A headline that is at least forty chars";  // 39 characters
+  ASSERT_EQ(longLabel.size(), 39u);
+  ElementList page;
+  page.add({.role = "AXLink", .title = "Reply"});
+  page.add({.role = "AXLink", .title = "reply!"});  // the same once normalised
+  page.add({.role = "AXLink", .title = longLabel});
+  page.add({.role = "AXLink", .title = longLabel});
+  page.add({.role = "AXLink", .title = longLabel + "!"});
+  page.add({.role = "AXLink", .title = longLabel + "!"});
+  page.add({.role = "AXButton", .title = longLabel + "!"});
+  page.add({.role = "AXPopUpButton", .title = longLabel + "?"});
+  page.add({.role = "AXMenuButton", .title = longLabel + "!"});
+  page.add({.role = "AXLink"});
+  EXPECT_EQ(read(page), (std::vector<L>{{"Reply", Kind::link},
+                                        {longLabel, Kind::link},
+                                        {longLabel + "!", Kind::link},
+                                        {longLabel + "!", Kind::link},
+                                        {longLabel + "!", Kind::button}}));
+}
+
+TEST(PageReaderLines, HeadingsAndTheirLevels) {
+  ElementList page;
+  page.add({.role = "AXHeading", .title = "One", .value = "1"});
+  page.add({.role = "AXHeading", .title = "Six", .value = "+6"});
+  page.add({.role = "AXHeading", .title = "Unknown", .value = "two"});
+  page.add({.role = "AXHeading", .value = "3"});  // no label
+  int h = page.add({.role = "AXHeading", .title = "Inside", .value = "-1"});
+  page.add(staticText("Inside"), h);
+  EXPECT_EQ(read(page), (std::vector<L>{{"One", Kind::heading, 1},
+                                        {"Six", Kind::heading, 6},
+                                        {"Unknown", Kind::heading, 2},
+                                        {"Inside", Kind::heading, -1}}));
+}
+
+TEST(PageReaderLines, AHeadingLevelMissingFromTheCrawlIsReadLive) {
+  memory::Recording r;
+  r.app = {"Safari", "com.apple.Safari", 501, ""};
+  r.window = memory::Node{.role = "AXWindow", .children = {testing::heading("Live", 3)}};
+  memory::Backend b(r);
+  PageElement h{.element = *b.find("AXHeading", "Live"), .role = "AXHeading", .title = "Live"};
+  EXPECT_EQ(PageReader::lines({h}, &b.ax()).at(0).level, 3);
+  EXPECT_EQ(PageReader::lines({h}).at(0).level, 2);
+}
+
+TEST(PageReaderLines, CheckBoxesAndFields) {
+  ElementList page;
+  page.add({.role = "AXCheckBox", .title = "Remember me", .value = "True"});
+  page.add({.role = "AXRadioButton", .title = "Dark", .value = "0"});
+  page.add({.role = "AXCheckBox", .value = "1"});
+  page.add({.role = "AXTextField", .value = "me@example.com", .desc = "Email"});
+  page.add({.role = "AXTextField", .subrole = "AXSecureTextField", .value = "hunter2", .desc = "Password"});
+  page.add({.role = "AXTextArea"});
+  page.add({.role = "AXComboBox", .value = " a \n b ", .placeholder = "Country"});
+  EXPECT_EQ(read(page), (std::vector<L>{{"☑ Remember me", Kind::field},
+                                        {"☐ Dark", Kind::field},
+                                        {"Email: me@example.com", Kind::field},
+                                        {"Password", Kind::field},
+                                        {"text field", Kind::field},
+                                        {"Country: a b", Kind::field}}));
+}
+
+TEST(PageReaderLines, ImagesNeedARealDescription) {
+  ElementList page;
+  page.add({.role = "AXImage", .desc = "logo.PNG"});
+  page.add({.role = "AXImage", .desc = "photo.jpg"});
+  page.add({.role = "AXImage", .desc = "abc"});
+  page.add({.role = "AXImage", .title = "Title used", .desc = " "});
+  page.add({.role = "AXImage", .title = "ignored", .desc = "Harbour at dawn"});
+  int a = page.add({.role = "AXLink", .title = "Our logo home"});
+  page.add({.role = "AXImage", .desc = "our LOGO"}, a);
+  EXPECT_EQ(read(page), (std::vector<L>{{"Title used", Kind::image},
+                                        {"Harbour at dawn", Kind::image},
+                                        {"Our logo home", Kind::link}}));
+}
+
+TEST(PageReaderLines, InvisibleElementsAndOtherRolesGiveNoLine) {
+  ElementList page;
+  page.add({.role = "AXButton", .title = "Zero width", .frame = Rect{0, 0, 0, 10}});
+  page.add({.role = "AXButton", .title = "No frame"});
+  page.add({.role = "AXButton", .title = "Shown", .frame = Rect{0, 0, 10, 10}});
+  page.add({.role = "AXGroup", .title = "A group"});
+  page.add({.role = "AXWebArea", .title = "Page"});
+  std::vector<PageLine> lines = PageReader::lines(page);
+  ASSERT_EQ(lines.size(), 2u);
+  EXPECT_EQ(lines[0].text, "No frame");
+  EXPECT_EQ(lines[0].elementID, 1);
+  EXPECT_EQ(lines[1].elementID, 2);
+}
+
+PageLine line(std::string text, Kind kind = Kind::text, int id = 0) { return PageLine{std::move(text), id, kind, 0}; }
+
+TEST(PageReaderChunks, ALongSectionSplitsUnderItsHeading) {
+  std::vector<PageLine> lines = {line("Ten chars!", Kind::heading, 1), line(std::string(500, 'a'), Kind::text, 2),
+                                 line(std::string(500, 'b'), Kind::text, 3), line(std::string(500, 'c'), Kind::text, 4)};
+  auto chunks = PageReader::chunks(lines, 900);
+  ASSERT_EQ(chunks.size(), 3u);
+  EXPECT_EQ(chunks[0].text, "Ten chars!\n" + std::string(500, 'a'));
+  EXPECT_EQ(chunks[0].elementID, 1);
+  EXPECT_EQ(chunks[1].text, std::string(500, 'b'));
+  EXPECT_EQ(chunks[1].elementID, 3);
+  EXPECT_EQ(chunks[2].elementID, 4);
+  for (const auto& c : chunks) EXPECT_EQ(c.heading, "Ten chars!");
+}
+
+TEST(PageReaderChunks, HeadingsOpenChunksAndSizesCountCharacters) {
+  std::vector<PageLine> lines = {line("intro", Kind::text, 0),   line("Head", Kind::heading, 1),
+                                 line("ééé", Kind::text, 2),     line("x", Kind::link, 3),
+                                 line("Empty", Kind::heading, 4), line("Last", Kind::heading, 5),
+                                 line(std::string(20, 'z'), Kind::text, 6)};
+  auto chunks = PageReader::chunks(lines, 9);  // "Head" + "ééé" fit; "x" does not
+  ASSERT_EQ(chunks.size(), 5u);
+  EXPECT_EQ(chunks[0].heading, "");
+  EXPECT_EQ(chunks[0].text, "intro");
+  EXPECT_EQ(chunks[1].text, "Head\nééé");
+  EXPECT_EQ(chunks[2].text, "x");
+  EXPECT_EQ(chunks[2].heading, "Head");
+  EXPECT_EQ(chunks[3].text, "Empty");  // a heading alone is a chunk
+  EXPECT_EQ(chunks[4].text, "Last\n" + std::string(20, 'z'));  // never split, even past the limit
+  EXPECT_EQ(chunks[4].elementID, 5);
+}
+
+TEST(PageReaderChunks, BlankBuffersAreNotChunks) {
+  std::vector<PageLine> lines = {line(" ", Kind::text, 0), line("Head", Kind::heading, 1)};
+  auto chunks = PageReader::chunks(lines, 900);
+  ASSERT_EQ(chunks.size(), 1u);
+  EXPECT_EQ(chunks[0].heading, "Head");
+}
+
+TEST(PageSnapshotText, RendersEachKindAndTrimsTheEnds) {
+  PageSnapshot s;
+  s.lines = {line("Title", Kind::heading, 0), line("Para", Kind::text, 1), line("Link", Kind::link, 2),
+             line("Go", Kind::button, 3),     line("Email", Kind::field, 4), line("Dawn", Kind::image, 5),
+             line("One", Kind::item, 6),      line("Deep", Kind::heading, 7), line("Zero", Kind::heading, 8)};
+  s.lines[0].level = 1;
+  s.lines[7].level = 6;
+  EXPECT_EQ(s.text(),
+            "# Title\nPara\n→ Link\n[Button] Go\n[Field] Email\n[Image] Dawn\n• One\n\n#### Deep\n\n# Zero");
+}
+
+TEST(PageSnapshotSectionTitle, TheLastHeadingAtOrBeforeTheElement) {
+  PageSnapshot s;
+  s.lines = {line("intro", Kind::text, 1), line("First", Kind::heading, 3), line("a", Kind::text, 4),
+             line("Second", Kind::heading, 8), line("b", Kind::text, 9)};
+  EXPECT_FALSE(s.sectionTitle(2));
+  EXPECT_EQ(s.sectionTitle(3), "First");
+  EXPECT_EQ(s.sectionTitle(7), "First");
+  EXPECT_EQ(s.sectionTitle(8), "Second");
+  EXPECT_EQ(s.sectionTitle(100), "Second");
+}
+
+}  // namespace
+}  // namespace skimlet
