@@ -1,0 +1,101 @@
+// Titles and target summaries are what the user reads before a command runs and in the "Why?"
+// lines, so their exact wording matters.
+#include <gtest/gtest.h>
+
+#include "intent/intent.h"
+
+namespace skimlet {
+namespace {
+
+TargetSpec target(std::string query, std::optional<int> ordinal = {}, RoleHint role = RoleHint::any,
+                  std::optional<std::string> nextTo = {}) {
+  return TargetSpec{std::move(query), ordinal, role, std::move(nextTo)};
+}
+
+TEST(TargetSummary, PartsInOrderAndTheirEdges) {
+  EXPECT_EQ(target("sign in", 2, RoleHint::button).summary(), "second “sign in” button");
+  EXPECT_EQ(target("").summary(), "element");
+  EXPECT_EQ(target("", {}, RoleHint::any, "Search").summary(), "next to “Search”");
+  EXPECT_EQ(target("", -1, RoleHint::result).summary(), "last result");
+  EXPECT_EQ(target("Item", 11).summary(), "#11 “Item”");
+  EXPECT_EQ(target("x", 10).summary(), "tenth “x”");
+  // Ordinal 0 contributes an empty word, so the joined summary starts with a space.
+  EXPECT_EQ(target("Go", 0).summary(), " “Go”");
+  EXPECT_EQ(target("Submit", {}, RoleHint::button, "email field").summary(),
+            "“Submit” button next to “email field”");
+}
+
+TEST(IntentTitle, EveryCase) {
+  using namespace intents;
+  const std::vector<std::pair<Intent, std::string>> cases = {
+      {Click{target("OK")}, "Click “OK”"},
+      {OpenLink{target("", 1, RoleHint::link)}, "Open first link"},
+      {OpenLinks{"pricing"}, "Open every link mentioning “pricing”"},
+      {Ask{"what is this?"}, "Ask: what is this?"},
+      {Find{"refunds"}, "Find “refunds”"},
+      {FindAll{"refunds"}, "Find every “refunds”"},
+      {Scroll{{ScrollSpec::Kind::down, ""}}, "Scroll down"},
+      {Scroll{{ScrollSpec::Kind::up, ""}}, "Scroll up"},
+      {Scroll{{ScrollSpec::Kind::top, ""}}, "Scroll to top"},
+      {Scroll{{ScrollSpec::Kind::bottom, ""}}, "Scroll to bottom"},
+      {Scroll{{ScrollSpec::Kind::section, "Reviews"}}, "Scroll to “Reviews”"},
+      {Type{"hi", target("search", {}, RoleHint::field), false}, "Type “hi” in “search” field"},
+      {Type{"new text", std::nullopt, true}, "Replace with “new text”"},
+      {FillProfile{ProfileField::email, std::nullopt}, "Fill my email"},
+      {FillProfile{ProfileField::phone, target("contact", {}, RoleHint::field)}, "Fill my phone in “contact” field"},
+      {Key{KeyAction::selectAll}, "Press Select all"},
+      {Key{KeyAction::enter}, "Press Return"},
+      {Key{KeyAction::del}, "Press Delete"},
+      {Key{KeyAction::left}, "Press Left arrow"},
+      {Key{KeyAction::copy}, "Press Copy"},
+      {Navigate{{NavAction::Kind::tabIndex, 3, ""}}, "Switch to tab 3"},
+      {Navigate{{NavAction::Kind::tabNamed, 0, "Inbox"}}, "Switch to tab “Inbox”"},
+      {Navigate{{NavAction::Kind::back, 0, ""}}, "Go back"},
+      {Navigate{{NavAction::Kind::forward, 0, ""}}, "Go forward"},
+      {Navigate{{NavAction::Kind::reload, 0, ""}}, "Reload"},
+      {Navigate{{NavAction::Kind::newTab, 0, ""}}, "New tab"},
+      {Navigate{{NavAction::Kind::closeTab, 0, ""}}, "Close tab"},
+      {Navigate{{NavAction::Kind::nextTab, 0, ""}}, "Next tab"},
+      {Navigate{{NavAction::Kind::previousTab, 0, ""}}, "Previous tab"},
+      {List{RoleHint::any}, "List elements"},
+      {List{RoleHint::checkbox}, "List checkboxs"},
+      {OpenArticle{}, "Open this article"},
+      {Read{}, "Read page"},
+      {Summarize{}, "Summarize page"},
+      {CopyArticle{}, "Copy page text"},
+  };
+  for (const auto& [intent, expected] : cases) EXPECT_EQ(title(intent), expected);
+}
+
+TEST(IntentTitle, TypedTextIsCutAt24CharactersCountedAsUserSees) {
+  using intents::Type;
+  EXPECT_EQ(title(Type{"abcdefghijklmnopqrstuvwx", {}, false}), "Type “abcdefghijklmnopqrstuvwx”");
+  EXPECT_EQ(title(Type{"abcdefghijklmnopqrstuvwxy", {}, false}), "Type “abcdefghijklmnopqrstuvw…”");
+  // 24 flags are 48 code points but 24 characters: shown whole.
+  std::string flags;
+  for (int i = 0; i < 24; ++i) flags += "🇫🇷";
+  EXPECT_EQ(title(Type{flags, {}, false}), "Type “" + flags + "”");
+  std::string accents;  // e + combining acute, 25 times
+  for (int i = 0; i < 25; ++i) accents += "e\u0301";
+  std::string cut;
+  for (int i = 0; i < 23; ++i) cut += "e\u0301";
+  EXPECT_EQ(title(Type{accents, {}, false}), "Type “" + cut + "…”");
+}
+
+TEST(RawValues, RoundTripAndCaseSensitivity) {
+  for (RoleHint r : {RoleHint::any, RoleHint::button, RoleHint::link, RoleHint::field, RoleHint::checkbox,
+                     RoleHint::tab, RoleHint::image, RoleHint::heading, RoleHint::result})
+    EXPECT_EQ(roleHintFromRaw(rawValue(r)), r);
+  EXPECT_EQ(roleHintFromRaw("Button"), std::nullopt);
+  EXPECT_EQ(noun(RoleHint::any), "element");
+  EXPECT_EQ(keyActionFromRaw("delete"), KeyAction::del);
+  EXPECT_EQ(keyActionFromRaw("del"), std::nullopt);
+  EXPECT_EQ(keyActionFromRaw("selectAll"), KeyAction::selectAll);
+  EXPECT_EQ(profileFieldFromRaw("email"), ProfileField::email);
+  EXPECT_EQ(profileFieldFromRaw("Email"), std::nullopt);
+  EXPECT_EQ(caseName(intents::CopyArticle{}), "copyArticle");
+  EXPECT_EQ(caseName(intents::FillProfile{}), "fillProfile");
+}
+
+}  // namespace
+}  // namespace skimlet
