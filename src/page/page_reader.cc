@@ -13,8 +13,9 @@ namespace {
 
 // A whole decimal integer with an optional sign, nothing else.
 std::optional<int> integer(std::string_view s) {
-  if (!s.empty() && s.front() == '+') s.remove_prefix(1);
-  if (s.empty() || s.front() == '+') return std::nullopt;
+  const bool plus = !s.empty() && s.front() == '+';
+  if (plus) s.remove_prefix(1);
+  if (s.empty() || s.front() == '+' || (plus && s.front() == '-')) return std::nullopt;
   int v = 0;
   auto [ptr, ec] = std::from_chars(s.data(), s.data() + s.size(), v);
   if (ec != std::errc() || ptr != s.data() + s.size()) return std::nullopt;

@@ -108,12 +108,16 @@ TEST(PageReaderLines, HeadingsAndTheirLevels) {
   page.add({.role = "AXHeading", .title = "One", .value = "1"});
   page.add({.role = "AXHeading", .title = "Six", .value = "+6"});
   page.add({.role = "AXHeading", .title = "Unknown", .value = "two"});
-  page.add({.role = "AXHeading", .value = "3"});  // no label
+  page.add({.role = "AXHeading", .title = "Two signs", .value = "+-4"});
+  page.add({.role = "AXHeading", .value = " \n "});  // nothing to name it by
+  page.add({.role = "AXHeading", .value = "3"});      // its level is its only text, so it names it too
   int h = page.add({.role = "AXHeading", .title = "Inside", .value = "-1"});
   page.add(staticText("Inside"), h);
   EXPECT_EQ(read(page), (std::vector<L>{{"One", Kind::heading, 1},
                                         {"Six", Kind::heading, 6},
                                         {"Unknown", Kind::heading, 2},
+                                        {"Two signs", Kind::heading, 2},
+                                        {"3", Kind::heading, 3},
                                         {"Inside", Kind::heading, -1}}));
 }
 
@@ -131,13 +135,15 @@ TEST(PageReaderLines, CheckBoxesAndFields) {
   ElementList page;
   page.add({.role = "AXCheckBox", .title = "Remember me", .value = "True"});
   page.add({.role = "AXRadioButton", .title = "Dark", .value = "0"});
-  page.add({.role = "AXCheckBox", .value = "1"});
+  page.add({.role = "AXCheckBox", .title = "Subscribe", .value = "1"});
+  page.add({.role = "AXCheckBox"});  // nothing to name it by
   page.add({.role = "AXTextField", .value = "me@example.com", .desc = "Email"});
   page.add({.role = "AXTextField", .subrole = "AXSecureTextField", .value = "hunter2", .desc = "Password"});
   page.add({.role = "AXTextArea"});
   page.add({.role = "AXComboBox", .value = " a \n b ", .placeholder = "Country"});
   EXPECT_EQ(read(page), (std::vector<L>{{"☑ Remember me", Kind::field},
                                         {"☐ Dark", Kind::field},
+                                        {"☑ Subscribe", Kind::field},
                                         {"Email: me@example.com", Kind::field},
                                         {"Password", Kind::field},
                                         {"text field", Kind::field},
@@ -189,19 +195,23 @@ TEST(PageReaderChunks, ALongSectionSplitsUnderItsHeading) {
 
 TEST(PageReaderChunks, HeadingsOpenChunksAndSizesCountCharacters) {
   std::vector<PageLine> lines = {line("intro", Kind::text, 0),   line("Head", Kind::heading, 1),
-                                 line("ééé", Kind::text, 2),     line("x", Kind::link, 3),
+                                 line("ééé", Kind::text, 2),     line("xyz", Kind::link, 3),
                                  line("Empty", Kind::heading, 4), line("Last", Kind::heading, 5),
                                  line(std::string(20, 'z'), Kind::text, 6)};
-  auto chunks = PageReader::chunks(lines, 9);  // "Head" + "ééé" fit; "x" does not
-  ASSERT_EQ(chunks.size(), 5u);
+  // "Head" + "ééé" is 7 characters (10 bytes) and fits in 9; "xyz" would make 10.
+  auto chunks = PageReader::chunks(lines, 9);
+  ASSERT_EQ(chunks.size(), 6u);
   EXPECT_EQ(chunks[0].heading, "");
   EXPECT_EQ(chunks[0].text, "intro");
   EXPECT_EQ(chunks[1].text, "Head\nééé");
-  EXPECT_EQ(chunks[2].text, "x");
+  EXPECT_EQ(chunks[2].text, "xyz");
   EXPECT_EQ(chunks[2].heading, "Head");
+  EXPECT_EQ(chunks[2].elementID, 3);
   EXPECT_EQ(chunks[3].text, "Empty");  // a heading alone is a chunk
-  EXPECT_EQ(chunks[4].text, "Last\n" + std::string(20, 'z'));  // never split, even past the limit
-  EXPECT_EQ(chunks[4].elementID, 5);
+  EXPECT_EQ(chunks[4].text, "Last");   // the long line that follows does not fit beside it…
+  EXPECT_EQ(chunks[5].text, std::string(20, 'z'));  // …and is never split, even past the limit
+  EXPECT_EQ(chunks[5].heading, "Last");
+  EXPECT_EQ(chunks[5].elementID, 6);
 }
 
 TEST(PageReaderChunks, BlankBuffersAreNotChunks) {
