@@ -53,8 +53,11 @@ constexpr const char* kSelectedText = R"JS((() => {
   const a = document.activeElement;
   if (a instanceof HTMLInputElement || a instanceof HTMLTextAreaElement) {
     if (a.type === 'password') return '';
-    // Some input types (email, number) have no selection range of their own.
-    try { return a.value.substring(a.selectionStart ?? 0, a.selectionEnd ?? 0); } catch (e) { return ''; }
+    let start = null, end = null;
+    try { start = a.selectionStart; end = a.selectionEnd; } catch (e) {}
+    if (start !== null && end !== null) return a.value.substring(start, end);
+    // Some input types (email, number) have no selection range of their own; Chromium then
+    // reports the field's selected text as the document's selection.
   }
   return String(getSelection());
 })())JS";
@@ -109,14 +112,15 @@ void ChromiumInput::keyEvent(const DomKey& key, std::uint64_t flags, const std::
   cdp.wait(b);
 }
 
-std::string ChromiumInput::selectedText(std::uint64_t flags) {
+std::string ChromiumInput::selectedText() {
   Json selected = browser_.evaluate(kSelectedText);
   if (selected.is_string() && !selected.get<std::string>().empty()) return selected.get<std::string>();
-  // Fields without a selection range of their own (email, number): the browser's own copy
-  // command, read back from its clipboard.
+  // Whatever else the page selected: the page's own copy command, read back from the browser's
+  // clipboard. Not a Control-C key event: headless Chromium answers that with the page's URL
+  // rather than the selection.
   try {
     browser_.evaluate("navigator.clipboard.writeText('').catch(() => {})");
-    keyEvent(*domKeyFor(8, false), flags, "copy");
+    browser_.evaluate("document.execCommand('copy')");
     Json copied = browser_.evaluate("navigator.clipboard.readText().catch(() => '')");
     if (copied.is_string()) return copied.get<std::string>();
   } catch (const CdpError&) {
@@ -155,7 +159,7 @@ bool ChromiumInput::browserShortcut(std::uint16_t virtualKey, std::uint64_t flag
       return true;
     case 0: keyEvent(*domKeyFor(0, false), flags, "selectAll"); browser_.changed(false); return true;
     case 8: {
-      std::string text = selectedText(flags);
+      std::string text = selectedText();
       if (!text.empty()) pasteboard_.setString(text);
       return true;
     }
@@ -166,7 +170,7 @@ bool ChromiumInput::browserShortcut(std::uint16_t virtualKey, std::uint64_t flag
       return true;
     }
     case 7: {
-      std::string text = selectedText(flags);
+      std::string text = selectedText();
       if (!text.empty()) {
         pasteboard_.setString(text);
         browser_.evaluate("document.execCommand('delete')");

@@ -37,7 +37,7 @@ class ChromiumInput : public InputEvents {
   bool postScrollWheel(Point at, int lines) override;
 
  private:
-  std::string selectedText(std::uint64_t flags);
+  std::string selectedText();
   bool browserShortcut(std::uint16_t virtualKey, std::uint64_t flags);
   void keyEvent(const DomKey& key, std::uint64_t flags, const std::string& command = "");
 
