@@ -54,6 +54,18 @@ int chars(std::string_view s) {
   return static_cast<int>(s.size());
 }
 
+// Whether TextUtil::clean would leave anything. Any ASCII character other than white space
+// settles it at once (it starts a cluster of its own, or sits in one that starts with something
+// that is not white space); only text made wholly of other characters needs the full test,
+// which runs a break iterator over the whole chunk.
+bool hasText(std::string_view s) {
+  for (char c : s) {
+    const auto u = static_cast<unsigned char>(c);
+    if (u < 0x80 && c != ' ' && !(c >= '\t' && c <= '\r')) return true;
+  }
+  return !TextUtil::clean(s).empty();
+}
+
 // Finds elements by id. Crawls give dense ids equal to positions; other lists are looked up.
 class ById {
  public:
@@ -190,7 +202,7 @@ std::vector<PageChunk> chunks(const std::vector<PageLine>& lines, int maxChars) 
       if (i) joined += '\n';
       joined += *buffer[i];
     }
-    if (!TextUtil::clean(joined).empty()) out.push_back(PageChunk{heading, std::move(joined), elementID});
+    if (hasText(joined)) out.push_back(PageChunk{heading, std::move(joined), elementID});
   };
 
   for (const PageLine& line : lines) {

@@ -215,10 +215,13 @@ TEST(PageReaderChunks, HeadingsOpenChunksAndSizesCountCharacters) {
 }
 
 TEST(PageReaderChunks, BlankBuffersAreNotChunks) {
-  std::vector<PageLine> lines = {line(" ", Kind::text, 0), line("Head", Kind::heading, 1)};
+  // Non-breaking and em spaces are white space too.
+  std::vector<PageLine> lines = {line(" ", Kind::text, 0), line("\u00A0\u2003", Kind::text, 1),
+                                 line("Head", Kind::heading, 2), line("\u00A0é", Kind::text, 3)};
   auto chunks = PageReader::chunks(lines, 900);
   ASSERT_EQ(chunks.size(), 1u);
   EXPECT_EQ(chunks[0].heading, "Head");
+  EXPECT_EQ(chunks[0].text, "Head\n\u00A0é");
 }
 
 TEST(PageSnapshotText, RendersEachKindAndTrimsTheEnds) {
