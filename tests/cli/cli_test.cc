@@ -1,0 +1,136 @@
+// The command-line tool's output contract and its handling of recorded pages, checked through
+// the helpers the subcommands share.
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <fstream>
+
+#include "engine/action_engine.h"
+#include "fixture_session.h"
+#include "outcome_json.h"
+#include "support/paths.h"
+
+namespace skimlet::cli {
+namespace {
+
+using nlohmann::ordered_json;
+
+std::vector<std::string> keys(const ordered_json& j) {
+  std::vector<std::string> out;
+  for (const auto& [k, v] : j.items()) out.push_back(k);
+  return out;
+}
+
+TEST(OutcomeJson, EachKindOfOutcomeHasItsKeysInOrder) {
+  ActionResult r = ActionResult::failure("No **email** saved");
+  FoundItem item;
+  item.text = "Email address";
+  r.items.push_back(item);
+  r.debug = {"Intent: Fill in your email"};
+  ordered_json result = outcomeJson(r);
+  EXPECT_EQ(keys(result), (std::vector<std::string>{"type", "kind", "headline", "body", "items", "debug", "copyText"}));
+  EXPECT_EQ(result["type"], "result");
+  EXPECT_EQ(result["kind"], "failure");
+  EXPECT_TRUE(result["body"].is_null());
+  EXPECT_TRUE(result["copyText"].is_null());
+  EXPECT_EQ(result["items"], ordered_json::array({"Email address"}));
+
+  r.body = "";  // an empty body is still a body
+  r.copyText = "all of it";
+  EXPECT_EQ(outcomeJson(r)["body"], "");
+  EXPECT_EQ(outcomeJson(r)["copyText"], "all of it");
+
+  Confirmation c{"Buy now?", "This may place an order.", "Buy now", {"Intent: Click “buy”"}, [] { return ActionResult(); }};
+  ordered_json confirm = outcomeJson(c);
+  EXPECT_EQ(keys(confirm), (std::vector<std::string>{"type", "title", "message", "confirmLabel", "debug"}));
+  EXPECT_EQ(confirm["confirmLabel"], "Buy now");
+
+  ChoiceSet choice{"Which “Save”?", {ChoiceOption(), ChoiceOption()}};
+  choice.options[0].title = choice.options[1].title = "Save";
+  choice.options[0].subtitle = "Preferences";
+  ordered_json choose = outcomeJson(choice);
+  EXPECT_EQ(keys(choose), (std::vector<std::string>{"type", "prompt", "options"}));
+  EXPECT_EQ(choose["options"], ordered_json::parse(R"([{"title":"Save","subtitle":"Preferences"},{"title":"Save","subtitle":""}])"));
+}
+
+TEST(OutcomeJson, EventsLeadWithTheirTypeAndKeepOnlyTheirOwnDetails) {
+  memory::Event press;
+  press.role = "AXButton", press.label = "Sign in";
+  EXPECT_EQ(jsonLine(eventJson(press)), R"({"type":"press","label":"Sign in","role":"AXButton"})");
+  memory::Event key;
+  key.type = memory::Event::Type::key, key.keyCode = 36, key.flags = 0x100000;
+  EXPECT_EQ(jsonLine(eventJson(key)), R"({"type":"key","flags":1048576,"keyCode":36})");
+}
+
+TEST(OutcomeJson, TextThatIsNotUtf8StillPrintsAsOneLine) {
+  ActionResult r = ActionResult::info("Read \xff page", std::string("a\nb"));
+  std::string line = jsonLine(outcomeJson(r));
+  EXPECT_EQ(line.find('\n'), std::string::npos);
+  EXPECT_NE(line.find("Read \xEF\xBF\xBD page"), std::string::npos);
+}
+
+class TempFile {
+ public:
+  explicit TempFile(const std::string& text) : path_(::testing::TempDir() + "cli_test_recording.json") {
+    std::ofstream(path_) << text;
+  }
+  ~TempFile() { std::remove(path_.c_str()); }
+  const std::string& path() const { return path_; }
+
+ private:
+  std::string path_;
+};
+
+std::string loadError(const std::string& path) {
+  try {
+    FixtureSession session(path);
+  } catch (const std::exception& e) {
+    return e.what();
+  }
+  return "";
+}
+
+TEST(FixtureSession, RecordingsThatCannotBeReplayedSayWhere) {
+  TempFile badFrame(R"({"app": {"bundleID": "com.apple.Safari"},
+    "window": {"role": "AXWindow", "children": [{"role": "AXButton", "frame": [0, 0, 10]}]}})");
+  EXPECT_EQ(loadError(badFrame.path()), badFrame.path() + ": window.children[0].frame: expected [x, y, width, height]");
+
+  TempFile notJson(R"({"app": )");
+  EXPECT_NE(loadError(notJson.path()).find(notJson.path() + ": not valid JSON"), std::string::npos);
+
+  EXPECT_EQ(loadError("/nonexistent/page.json"), "/nonexistent/page.json: cannot open the file");
+
+  TempFile editor(R"({"app": {"name": "TextEdit", "bundleID": "com.apple.TextEdit"}, "window": {"role": "AXWindow"}})");
+  EXPECT_EQ(loadError(editor.path()), editor.path() + ": app.bundleID: “com.apple.TextEdit” is not a supported browser");
+}
+
+TEST(FixtureSession, ARunShowsWhatWasDoneWithSecretsMasked) {
+  FixtureSession session(testing::sourcePath("tests/pages/engine_signup.json"));
+  auto snap = session.capture();
+  ASSERT_TRUE(snap);
+  EXPECT_TRUE(snap->webArea);
+
+  // The replay clock never waits, yet capture times are real.
+  const double before = session.platform().clock.now();
+  session.platform().clock.sleep(60);
+  EXPECT_LT(session.platform().clock.now() - before, 1.0);
+
+  auto engine = ActionEngine::create(session.target(), session.platform(), LocalAI(nullptr, nullptr));
+  TargetSpec password;
+  password.query = "password", password.role = RoleHint::field;
+  std::vector<Outcome> outcomes{engine->run(intents::Type{"hunter2", password, true})};
+  ordered_json run = runJson("Type into the password field", outcomes, session.backend().events());
+  EXPECT_EQ(keys(run), (std::vector<std::string>{"intent", "outcomes", "events"}));
+  ASSERT_EQ(run["outcomes"].size(), 1u);
+  EXPECT_EQ(run["outcomes"][0]["kind"], "success") << run.dump(1);
+  EXPECT_FALSE(run["events"].empty());
+  // The command itself (and so the intent's title) is the user's own words; what was done to
+  // the page never shows the password.
+  const std::string events = jsonLine(run["events"]), headline = run["outcomes"][0]["headline"];
+  EXPECT_EQ(events.find("hunter2"), std::string::npos) << events;
+  EXPECT_NE(events.find(memory::maskedText), std::string::npos) << events;
+  EXPECT_EQ(headline.find("hunter2"), std::string::npos) << headline;
+}
+
+}  // namespace
+}  // namespace skimlet::cli
