@@ -4,10 +4,12 @@
 
 #include <cstdio>
 #include <fstream>
+#include <sstream>
 
 #include "engine/action_engine.h"
 #include "fixture_session.h"
 #include "outcome_json.h"
+#include "outcome_text.h"
 #include "support/paths.h"
 
 namespace skimlet::cli {
@@ -67,6 +69,26 @@ TEST(OutcomeJson, TextThatIsNotUtf8StillPrintsAsOneLine) {
   std::string line = jsonLine(outcomeJson(r));
   EXPECT_EQ(line.find('\n'), std::string::npos);
   EXPECT_NE(line.find("Read \xEF\xBF\xBD page"), std::string::npos);
+}
+
+TEST(OutcomeText, MarkdownIsRenderedForATerminalAndPlainForAPipe) {
+  EXPECT_EQ(OutcomeText(false).markdown("Clicked **Sign \\*in\\*** now"), "Clicked Sign *in* now");
+  EXPECT_EQ(OutcomeText(true).markdown("Clicked **Sign in"), "Clicked \x1b[1mSign in\x1b[22m");
+
+  ActionResult r = ActionResult::failure("No **email** saved", std::string("Add it in Settings."), {"Intent: Fill"});
+  FoundItem item;
+  item.text = "Email address";
+  r.items.push_back(item);
+  std::ostringstream result;
+  OutcomeText(false).print(result, r);
+  EXPECT_EQ(result.str(), "✗ No email saved\nAdd it in Settings.\n  1. Email address\nWhy?\n  Intent: Fill\n");
+
+  ChoiceSet choice{"Which one?", {ChoiceOption(), ChoiceOption()}};
+  choice.options[0].title = "Save", choice.options[0].subtitle = "Preferences";
+  choice.options[1].title = "Save **all**";
+  std::ostringstream choose;
+  OutcomeText(false).print(choose, choice);
+  EXPECT_EQ(choose.str(), "? Which one?\n  1. Save — Preferences\n  2. Save all\nAdd --pick N to choose one.\n");
 }
 
 class TempFile {

@@ -1,0 +1,58 @@
+#include "outcome_text.h"
+
+namespace skimlet::cli {
+
+std::string OutcomeText::markdown(const std::string& s) const {
+  std::string out;
+  bool bold = false;
+  for (std::size_t i = 0; i < s.size(); ++i) {
+    if (s[i] == '\\' && i + 1 < s.size()) {
+      out += s[++i];  // an escaped character stands for itself
+    } else if (s.compare(i, 2, "**") == 0) {
+      bold = !bold;
+      if (styled_) out += bold ? "\x1b[1m" : "\x1b[22m";
+      ++i;
+    } else {
+      out += s[i];
+    }
+  }
+  if (bold && styled_) out += "\x1b[22m";
+  return out;
+}
+
+void OutcomeText::printWhy(std::ostream& out, const std::vector<std::string>& debug) const {
+  if (debug.empty()) return;
+  out << dim("Why?") << "\n";
+  for (const auto& line : debug) out << dim("  " + line) << "\n";
+}
+
+void OutcomeText::print(std::ostream& out, const Outcome& outcome) const {
+  if (const ActionResult* r = outcome.result()) {
+    const char* mark = r->kind == ActionResult::Kind::success ? "✓ " : r->kind == ActionResult::Kind::failure ? "✗ " : "";
+    out << mark << markdown(r->headline) << "\n";
+    if (r->body && !r->body->empty()) out << markdown(*r->body) << "\n";
+    for (std::size_t i = 0; i < r->items.size(); ++i) out << "  " << i + 1 << ". " << markdown(r->items[i].text) << "\n";
+    printWhy(out, r->debug);
+  } else if (const Confirmation* c = outcome.confirm()) {
+    out << "? " << markdown(c->title) << "\n" << markdown(c->message) << "\n";
+    out << "[" << c->confirmLabel << "] " << dim("— add --confirm to accept") << "\n";
+    printWhy(out, c->debug);
+  } else if (const ChoiceSet* choice = outcome.choose()) {
+    out << "? " << markdown(choice->prompt) << "\n";
+    for (std::size_t i = 0; i < choice->options.size(); ++i) {
+      const ChoiceOption& o = choice->options[i];
+      out << "  " << i + 1 << ". " << markdown(o.title);
+      if (!o.subtitle.empty()) out << dim(" — " + o.subtitle);
+      out << "\n";
+    }
+    out << dim("Add --pick N to choose one.") << "\n";
+  }
+}
+
+void OutcomeText::printEvents(std::ostream& out, const std::vector<memory::Event>& events) const {
+  if (events.empty()) return;
+  out << dim("Done to the page:") << "\n";
+  for (const auto& e : events) out << dim("  " + memory::describe(e)) << "\n";
+}
+
+}  // namespace skimlet::cli

@@ -1,0 +1,34 @@
+// Outcomes as `skimlet run` shows them in a terminal: the headline's light Markdown rendered
+// (bold where the terminal shows it, plain in a pipe), the body, numbered items, and the "Why?"
+// lines dimmed; a confirmation or a choice says which option answers it.
+#pragma once
+
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include "backends/memory/event.h"
+#include "engine/outcome.h"
+
+namespace skimlet::cli {
+
+class OutcomeText {
+ public:
+  // `styled`: whether escape sequences for bold and dim may be written (a terminal, not a pipe).
+  explicit OutcomeText(bool styled) : styled_(styled) {}
+
+  // "Clicked **Sign \*in\***" → Clicked Sign *in*, the bold part bold when styled.
+  std::string markdown(const std::string& s) const;
+  std::string dim(const std::string& s) const { return styled_ ? "\x1b[2m" + s + "\x1b[22m" : s; }
+
+  void print(std::ostream& out, const Outcome& outcome) const;
+  // "Done to the page:" and one line per event; nothing when there were none.
+  void printEvents(std::ostream& out, const std::vector<memory::Event>& events) const;
+
+ private:
+  void printWhy(std::ostream& out, const std::vector<std::string>& debug) const;
+
+  bool styled_;
+};
+
+}  // namespace skimlet::cli
