@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "intent/intent_parser.h"
 #include "support/paths.h"
 
 namespace skimlet::testing {
@@ -31,6 +32,28 @@ ActionResult EngineOnPage::run(const Intent& intent) {
   if (const ActionResult* r = outcome.result()) return *r;
   ADD_FAILURE() << "expected a result";
   return {};
+}
+
+Outcome EngineOnPage::command(std::string_view typed) {
+  std::optional<Intent> intent = IntentParser::parse(typed);
+  if (!intent) {
+    ADD_FAILURE() << "the rules don't understand “" << typed << "”";
+    return ActionResult::failure("no intent");
+  }
+  return engine->run(*intent);
+}
+
+ActionResult EngineOnPage::result(std::string_view typed) {
+  Outcome outcome = command(typed);
+  if (const ActionResult* r = outcome.result()) return *r;
+  ADD_FAILURE() << "expected a result for “" << typed << "”";
+  return {};
+}
+
+std::vector<std::string> EngineOnPage::eventLines() const {
+  std::vector<std::string> lines;
+  for (const auto& e : backend->events()) lines.push_back(memory::describe(e));
+  return lines;
 }
 
 }  // namespace skimlet::testing

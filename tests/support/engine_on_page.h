@@ -5,6 +5,7 @@
 
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "backends/memory/backend.h"
@@ -22,9 +23,18 @@ struct EngineOnPage {
 
   // Runs one command; fails the test when the outcome is not a result.
   ActionResult run(const Intent& intent);
+  // Runs one command and hands back whatever it answered (a confirmation or a choice too).
+  Outcome outcome(const Intent& intent) { return engine->run(intent); }
+  // A command as the user types it, understood by the rules; a command they don't understand
+  // fails the test (and answers a failure).
+  Outcome command(std::string_view typed);
+  ActionResult result(std::string_view typed);
   // Delivers what was posted to the main queue, and so the partial results; how many items ran.
   int drainMainQueue() { return backend->runLoop().runPending(); }
   std::vector<memory::Event> events() const { return backend->events(); }
+  // The events as readable lines ("press AXButton “Sign in”", "key 33 flags 0x100000"), which
+  // compare in one expectation and print clearly when they differ.
+  std::vector<std::string> eventLines() const;
 
   std::unique_ptr<memory::Backend> backend;
   Platform platform;
