@@ -12,6 +12,29 @@ namespace skimlet {
 namespace {
 constexpr const char* kMasked = "••••••••";
 constexpr double kLeadForSure = 6;  // points by which a best field must lead to be taken unasked
+
+// The command's own words are in the trail ("Intent: Type “hunter2” in “password” field"), cut
+// short or whole. Once the text turns out to go into a password field, every quoted copy of it
+// is masked, so the Why? lines never show what the result itself hides.
+void maskQuoted(std::vector<std::string>& dbg, const std::string& text) {
+  static const std::string open = "“", close = "”", ellipsis = "…";
+  for (auto& line : dbg) {
+    std::size_t from = 0;
+    while ((from = line.find(open, from)) != std::string::npos) {
+      std::size_t start = from + open.size();
+      std::size_t end = line.find(close, start);
+      if (end == std::string::npos) break;
+      std::string inner = line.substr(start, end - start);
+      bool cut = inner.size() > ellipsis.size() && inner.ends_with(ellipsis) &&
+                 text.starts_with(inner.substr(0, inner.size() - ellipsis.size()));
+      if (inner == text || cut) {
+        line.replace(start, end - start, kMasked);
+        end = start + std::string(kMasked).size();
+      }
+      from = end + close.size();
+    }
+  }
+}
 }  // namespace
 
 Outcome ActionEngine::typeFlow(const std::string& text, const std::optional<TargetSpec>& field, bool replace,
@@ -89,6 +112,7 @@ ActionResult ActionEngine::write(const std::string& text, const ax::ElementRef& 
   auto& ax = platform_.ax;
   auto& clock = platform_.clock;
   Pid pid = target_.app.pid;
+  if (secure) maskQuoted(dbg, text);
 
   if (auto frame = currentFrame(into)) platform_.highlighter.show(*frame, 1.5);
   ax.setAttributeValue(into, "AXFocused", ax::Value(true));
