@@ -147,5 +147,27 @@ TEST(Summarize, ExtractiveWithoutAModelElseTheCondensedPageStreamed) {
   EXPECT_TRUE(local.partials.back().items.empty());
 }
 
+TEST(Ask, WithoutAModelAPageQuestionGetsTheTitleAndLeadAndAnUnknownOneSaysSo) {
+  EngineOnPage page("help_centre.json");
+  ActionResult what = page.result("what is this page");
+  EXPECT_EQ(what.kind, ActionResult::Kind::info);
+  EXPECT_EQ(what.headline, "**what is this page**");
+  EXPECT_TRUE(what.body->starts_with("“" + pageTitle + "”\n\n")) << *what.body;
+  EXPECT_NE(what.body->find("Answers to common questions about sending and receiving parcels"), std::string::npos);
+
+  ActionResult unknown = page.result("what is the weather in Lisbon");
+  EXPECT_EQ(unknown.kind, ActionResult::Kind::info);
+  EXPECT_EQ(unknown.body, "The page doesn't appear to mention that.");
+  EXPECT_EQ(unknown.debug.back(), "Extractive answer (no local model answered)");
+
+  memory::Recording untitled = testing::recordedPage("help_centre.json");
+  untitled.window.title.clear();
+  untitled.window.children.at(0).children.at(0).title.clear();
+  ActionResult summary = EngineOnPage(untitled).result("summarize");
+  EXPECT_EQ(summary.headline, "Summary of **this page**");
+  EXPECT_TRUE(summary.body->starts_with("• ")) << *summary.body;  // no title line
+  EXPECT_EQ(summary.copyText, summary.body);
+}
+
 }  // namespace
 }  // namespace skimlet

@@ -324,5 +324,17 @@ TEST(ClickFlow, NothingMatchesSoTheModelMayPickFromWhatCanBePressed) {
   EXPECT_TRUE(strict.events().empty());
 }
 
+TEST(ClickFlow, AQuestionLeftOpenAfterTheCommandEndedDoesNothing) {
+  EngineOnPage page("engine_checkout.json");
+  Outcome pay = page.command("click pay now");
+  Outcome save = page.command("click save");
+  ASSERT_NE(pay.confirm(), nullptr);
+  ASSERT_NE(save.choose(), nullptr);
+  page.engine.reset();
+  EXPECT_EQ(pay.confirm()->perform().kind, ActionResult::Kind::failure);
+  EXPECT_EQ(save.choose()->options[0].run().result()->kind, ActionResult::Kind::failure);
+  EXPECT_TRUE(page.events().empty());
+}
+
 }  // namespace
 }  // namespace skimlet
