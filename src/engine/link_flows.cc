@@ -32,8 +32,9 @@ struct FoundLink {
 
 Outcome ActionEngine::openLinks(const std::string& matching, const PageSnapshot& snap, std::vector<std::string> dbg) {
   std::vector<FoundLink> links;
-  for (const auto& e : snap.elements) {
-    if (e.role != "AXLink" || !visible(e)) continue;
+  for (const auto& link : snap.elements) {
+    if (link.role != "AXLink" || !visible(link)) continue;
+    const PageElement e = ElementMatcher::named(link, snap.elements);
     if (ElementMatcher::score(e, matching) < kLinkScore) continue;
     std::string url = attributeText(e.element, "AXURL");
     if (!isWebURL(url)) continue;
@@ -73,12 +74,13 @@ Outcome ActionEngine::openArticle(const PageSnapshot& snap, std::vector<std::str
     return ActionResult::success("Opened the focused link", std::move(dbg));
   }
 
-  const PageElement* link = nullptr;
+  // Links are judged by their words, which an unnamed link keeps in the text inside it.
+  std::optional<PageElement> link;
   for (const auto& h : snap.elements) {
     if (h.role != "AXHeading" || !visible(h)) continue;
     for (const auto& e : snap.elements) {
       if (e.role == "AXLink" && (e.id == h.id || e.parent == h.id)) {
-        link = &e;
+        link = ElementMatcher::named(e, snap.elements);
         break;
       }
     }
@@ -86,8 +88,9 @@ Outcome ActionEngine::openArticle(const PageSnapshot& snap, std::vector<std::str
   }
   if (!link) {
     for (const auto& e : snap.elements) {
-      if (e.role == "AXLink" && visible(e) && TextUtil::length(e.label()) > kArticleLabel) {
-        link = &e;
+      if (e.role != "AXLink" || !visible(e)) continue;
+      if (PageElement named = ElementMatcher::named(e, snap.elements); TextUtil::length(named.label()) > kArticleLabel) {
+        link = std::move(named);
         break;
       }
     }

@@ -62,6 +62,16 @@ const PageElement* pressableAncestor(const PageElement& e, const std::vector<Pag
   return nullptr;
 }
 
+// Text or an image inside an unnamed pressable container names that container, so it is
+// judged by the container's kind: "the pricing link" is the text run inside an unnamed link.
+bool fitsAsNameOf(const PageElement& e, const std::vector<PageElement>& elements, RoleHint role,
+                  MatchPurpose purpose) {
+  if (purpose != MatchPurpose::click && purpose != MatchPurpose::link) return false;
+  if (canPress(e) || (e.role != "AXStaticText" && e.role != "AXImage")) return false;
+  const PageElement* up = pressableAncestor(e, elements);
+  return up && up->label().empty() && fits(*up, role);
+}
+
 bool servesPurpose(const PageElement& e, const std::vector<PageElement>& elements, MatchPurpose purpose) {
   switch (purpose) {
     case MatchPurpose::find:
@@ -187,6 +197,23 @@ const PageElement& pressable(const PageElement& element, const std::vector<PageE
   return up ? *up : element;
 }
 
+PageElement named(const PageElement& element, const std::vector<PageElement>& elements) {
+  if (!element.label().empty()) return element;
+  const PageElement* self = byId(elements, element.id);
+  if (!self) return element;
+  // The crawl is a pre-order walk: the element's descendants follow it, deeper than it.
+  std::string words;
+  for (auto i = static_cast<std::size_t>(self - elements.data()) + 1;
+       i < elements.size() && elements[i].depth > element.depth; ++i) {
+    const PageElement& inner = elements[i];
+    if (inner.role != "AXStaticText" && inner.role != "AXImage") continue;
+    if (std::string label = inner.label(); !label.empty()) words += (words.empty() ? "" : " ") + label;
+  }
+  PageElement copy = element;
+  copy.title = TextUtil::clean(words);
+  return copy;
+}
+
 double distance(const Rect& a, const Rect& b) {
   const double dx = std::max({0.0, b.x - (a.x + a.width), a.x - (b.x + b.width)});
   const double dy = std::max({0.0, b.y - (a.y + a.height), a.y - (b.y + b.height)});
@@ -197,8 +224,10 @@ MatchList matches(const TargetSpec& target, const std::vector<PageElement>& elem
   auto visible = [](const PageElement& e) { return e.frame && e.frame->hasArea() && e.role != "AXWebArea"; };
 
   std::vector<const PageElement*> candidates;
-  for (const auto& e : elements)
-    if (visible(e) && fits(e, target.role) && servesPurpose(e, elements, purpose)) candidates.push_back(&e);
+  for (const auto& e : elements) {
+    if (!visible(e) || !servesPurpose(e, elements, purpose)) continue;
+    if (fits(e, target.role) || fitsAsNameOf(e, elements, target.role, purpose)) candidates.push_back(&e);
+  }
 
   std::vector<Match> found;
   if (TextUtil::clean(target.query).empty()) {

@@ -24,7 +24,8 @@ struct Match {
 // role the user named.
 //  - click: elements that can take a press (a clickable role or an "AXPress" action), text
 //    inputs (clicking one focuses it), and text or images inside an unnamed pressable
-//    container, whose own words are then the only name the control has.
+//    container, whose own words are then the only name the control has. Such text stands in
+//    for its container in the role check too: the words of an unnamed link are "a link".
 //  - link: links, and text or images inside an unnamed link.
 //  - field: text inputs and search fields.
 //  - find: every element; used when looking for text rather than a control.
@@ -51,6 +52,10 @@ bool canPress(const PageElement& element);
 // The element itself when it can be pressed, else its nearest ancestor that can; the element
 // itself when none can (the press then falls back to a mouse click on it).
 const PageElement& pressable(const PageElement& element, const std::vector<PageElement>& elements);
+// The element as the page names it: itself when it has a name of its own, else a copy titled
+// with the text runs and images inside it. Browsers often leave a link or button unnamed and put
+// its words in the text it contains.
+PageElement named(const PageElement& element, const std::vector<PageElement>& elements);
 // The candidates for a target, best first; ties keep document order.
 //
 // With `nextTo`, the anchor is the element that scores best for the anchor text (at least

@@ -112,5 +112,27 @@ TEST(OpenArticle, TheFocusedLinkComesFirst) {
   EXPECT_THAT(page.eventLines(), ElementsAre("press AXLink “Pricing FAQ”"));
 }
 
+// Safari leaves these links unnamed: their words are the text runs (or the image) inside them.
+TEST(UnnamedLinks, AreKnownByTheWordsInside) {
+  EngineOnPage page("recipes_listing.json");
+  ActionResult pasta = page.result("open all links about pasta");
+  EXPECT_EQ(pasta.headline, "Opened **3** links mentioning “pasta”");
+  EXPECT_EQ(pasta.body, "• Ten-minute tomato pasta\n• Pasta recipes\n• Pasta of the week");
+  EXPECT_THAT(page.eventLines(), ElementsAre("open https://forkandfield.example/recipes/tomato-pasta "
+                                             "https://forkandfield.example/pasta "
+                                             "https://forkandfield.example/pasta-of-the-week"));
+
+  page.backend->clearEvents();
+  ActionResult chicken = page.result("open the chicken recipes link");
+  EXPECT_EQ(chicken.headline, "Clicked **Chicken recipes**");
+  EXPECT_THAT(chicken.debug, Contains("Element: AXLink (900,250 200×22) actions=AXPress,AXShowMenu"));
+  ASSERT_EQ(page.events().size(), 1u);
+  EXPECT_EQ(page.events()[0].role, "AXLink");
+
+  ActionResult article = page.result("open the article");
+  EXPECT_EQ(article.headline, "Clicked **One-pan lemon chicken with crispy potatoes**");
+  EXPECT_THAT(article.debug, Contains("Article link: “One-pan lemon chicken with crispy potatoes”"));
+}
+
 }  // namespace
 }  // namespace skimlet
