@@ -16,6 +16,12 @@ constexpr size_t kMaxChoices = 6;      // options offered when candidates tie
 constexpr size_t kModelOptions = 8;    // candidates shown to the model at low confidence
 constexpr size_t kPoolSize = 40;       // elements offered to the model when nothing matched
 
+// What kind of control a candidate is, as the user and the model are told: the words of an
+// unnamed link are "Link", not the text run that carries them.
+std::string kindOf(const Match& m, const PageSnapshot& snap) {
+  return ActionEngine::roleName(ElementMatcher::pressable(m.element, snap.elements).role);
+}
+
 std::string quoted(const std::string& label, int limit) { return "“" + TextUtil::truncate(label, limit) + "”"; }
 
 // Two matches of one label within the same 4-point cell are the same control seen twice
@@ -53,7 +59,7 @@ Outcome ActionEngine::clickFlow(const TargetSpec& target, MatchPurpose purpose, 
   dbg.push_back(line);
 
   auto select = [&](const Match& m) -> Outcome {
-    dbg.push_back("Selected: " + roleName(m.element.role) + " “" + m.element.label() + "” — " + m.reason +
+    dbg.push_back("Selected: " + kindOf(m, snap) + " “" + m.element.label() + "” — " + m.reason +
                   " (score " + std::to_string(static_cast<long long>(m.score)) + ")");
     return press(m, snap, std::move(dbg));
   };
@@ -70,7 +76,7 @@ Outcome ActionEngine::clickFlow(const TargetSpec& target, MatchPurpose purpose, 
       if (best.score >= kConfident) return select(best);
       std::vector<std::string> options;
       for (size_t i = 0; i < candidates.size() && i < kModelOptions; ++i)
-        options.push_back(roleName(candidates[i].element.role) + ": " + candidates[i].element.label());
+        options.push_back(kindOf(candidates[i], snap) + ": " + candidates[i].element.label());
       if (auto pick = ai_.choose(target.summary(), options, stop_); pick && *pick >= 0 && *pick < int(options.size())) {
         dbg.push_back("Low confidence — on-device model picked #" + std::to_string(*pick));
         return select(candidates[*pick]);
@@ -82,7 +88,7 @@ Outcome ActionEngine::clickFlow(const TargetSpec& target, MatchPurpose purpose, 
     if (rivals.size() > kMaxChoices) rivals.resize(kMaxChoices);
     std::vector<std::string> options;
     for (const Match* m : rivals) {
-      options.push_back(roleName(m->element.role) + ": " + m->element.label() + " — " +
+      options.push_back(kindOf(*m, snap) + ": " + m->element.label() + " — " +
                         snap.sectionTitle(m->element.id).value_or(""));
     }
     if (auto pick = ai_.choose(target.summary(), options, stop_); pick && *pick >= 0 && *pick < int(options.size())) {

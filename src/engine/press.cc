@@ -10,7 +10,8 @@ namespace skimlet {
 ChoiceOption ActionEngine::describe(const Match& match, const PageSnapshot& snap) {
   const PageElement& e = match.element;
   ChoiceOption o;
-  std::string role = roleName(e.role);
+  // Text standing in for an unnamed control is shown as that control.
+  std::string role = roleName(ElementMatcher::pressable(e, snap.elements).role);
   o.title = e.label().empty() ? "(unlabeled " + role + ")" : e.label();
   o.subtitle = role;
   if (auto section = snap.sectionTitle(e.id)) o.subtitle += " · under “" + TextUtil::truncate(*section, 40) + "”";

@@ -125,9 +125,14 @@ TEST(UnnamedLinks, AreKnownByTheWordsInside) {
   page.backend->clearEvents();
   ActionResult chicken = page.result("open the chicken recipes link");
   EXPECT_EQ(chicken.headline, "Clicked **Chicken recipes**");
+  EXPECT_THAT(chicken.debug, Contains("Selected: Link “Chicken recipes” — label matches “chicken recipes” (score 100)"));
   EXPECT_THAT(chicken.debug, Contains("Element: AXLink (900,250 200×22) actions=AXPress,AXShowMenu"));
   ASSERT_EQ(page.events().size(), 1u);
   EXPECT_EQ(page.events()[0].role, "AXLink");
+
+  Outcome recipes = page.command("open the recipes link");  // both nav links say it
+  ASSERT_NE(recipes.choose(), nullptr);
+  EXPECT_EQ(recipes.choose()->options[0].subtitle, "Link · under “Ten-minute tomato pasta” · top of view");
 
   ActionResult article = page.result("open the article");
   EXPECT_EQ(article.headline, "Clicked **One-pan lemon chicken with crispy potatoes**");
