@@ -58,7 +58,9 @@ Json CdpClient::wait(int id, double timeout) {
     const Json& e = answer["error"];
     throw CdpError(method + ": " + e.value("message", std::string("error")), e.value("code", 0));
   }
-  return answer.contains("result") ? answer["result"] : Json::object();
+  auto result = answer.find("result");
+  // Moved out, not copied: a large page's answers run to megabytes.
+  return result != answer.end() ? std::move(*result) : Json::object();
 }
 
 Json CdpClient::call(const std::string& method, const Json& params, const std::string& sessionId, double timeout) {

@@ -211,11 +211,12 @@ Value ChromiumAx::read(const LiveElement& e, std::string_view name) {
       const Tab* active = browser_.activeTab();
       // Only the front tab's page is in the window; elements of other tabs are gone.
       if (!active || active->targetId != e.target) return missing(Error::invalidUIElement);
+      // Children are listed on demand: a long page is read from its start as far as needed.
+      const PageNode* found = name == "AXChildren" ? browser_.pageNodeWithChildren(e.key) : browser_.pageNode(e.key);
+      if (!found) return missing(Error::invalidUIElement);
       const PageTree& page = browser_.page();
-      auto it = page.byKey.find(e.key);
-      if (it == page.byKey.end()) return missing(Error::invalidUIElement);
-      int index = it->second;
-      const PageNode& n = page.nodes[static_cast<size_t>(index)];
+      int index = static_cast<int>(found - page.nodes.data());
+      const PageNode& n = *found;
       if (name == "AXRole") return n.role;
       if (name == "AXSubrole") return n.subrole.empty() ? missing(Error::noValue) : Value(n.subrole);
       if (name == "AXTitle") return n.title;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <deque>
 #include <thread>
 
 namespace skimlet::chromium {
@@ -31,6 +32,30 @@ constexpr const char* kChangeCounter = R"JS((() => {
   for (const type of ['focusin', 'focusout', 'input', 'change', 'scroll', 'resize'])
     addEventListener(type, bump, {capture: true, passive: true});
 })())JS";
+
+// The element that has focus, looked for inside shadow roots; null while the page itself has it.
+constexpr const char* kActiveElement = R"JS((() => {
+  let a = document.activeElement;
+  while (a && a.shadowRoot && a.shadowRoot.activeElement) a = a.shadowRoot.activeElement;
+  return a && a !== document.body && a !== document.documentElement ? a : null;
+})())JS";
+
+// Requests for accessibility nodes kept in flight at once: enough to hide the round trip, few
+// enough that little is read past what is needed.
+constexpr std::size_t kInFlight = 16;
+// Exposed nodes a fresh read takes from the start of the page. Readers of a page stop at a few
+// thousand elements (a crawl at 6000), so this serves a whole crawl in one pass, while the
+// whole tree of a long document (tens of thousands of nodes with its text boxes) would cost
+// seconds to produce.
+constexpr std::size_t kReadAhead = 6500;
+// Further nodes read in document order when a reader goes past that.
+constexpr std::size_t kReadMore = 1000;
+
+const std::string& nodeIdOf(const Json& n) {
+  static const std::string none;
+  auto it = n.find("nodeId");
+  return it != n.end() && it->is_string() ? it->get_ref<const std::string&>() : none;
+}
 
 constexpr const char* kGeneration =
     "(window.__skimletChanges ?? -1) + '|' + location.href + '|' + scrollX + '|' + scrollY + '|' + innerWidth + '|' + innerHeight";
@@ -400,7 +425,96 @@ const PageTree& LiveBrowser::page(const std::string& targetId) {
   pump();
   Cache& c = cache_[targetId];
   if (!c.valid) refresh(targetId);
-  return cache_[targetId].tree;
+  static const PageTree empty;
+  const Cache& read = cache_[targetId];
+  return read.reader ? read.reader->tree() : empty;
+}
+
+const PageNode* LiveBrowser::pageNode(std::int64_t key) {
+  std::lock_guard lock(mutex_);
+  const Tab* tab = activeTab();
+  if (!tab) return nullptr;
+  std::string id = tab->targetId, session = tab->sessionId;
+  const PageTree& tree = page(id);
+  if (const PageNode* n = tree.find(key)) return n;
+  Cache& c = cache_[id];
+  // Text and elements have DOM nodes; a node without one is only ever met through its parent.
+  if (key <= 0 || !c.reader) return nullptr;
+  try {
+    reach(session, *c.reader, {{"backendNodeId", key}});
+  } catch (const CdpError&) {
+  }
+  return c.reader->tree().find(key);
+}
+
+const PageNode* LiveBrowser::pageNodeWithChildren(std::int64_t key) {
+  std::lock_guard lock(mutex_);
+  const PageNode* n = pageNode(key);
+  if (!n) return nullptr;
+  const Tab* tab = activeTab();
+  Cache& c = cache_[tab->targetId];
+  int index = c.reader->tree().byKey.at(key);
+  if (c.reader->pending(index)) {
+    try {
+      listChildren(tab->sessionId, *c.reader, index);
+    } catch (const CdpError&) {
+    }
+  }
+  return &c.reader->tree().nodes[static_cast<size_t>(index)];
+}
+
+void LiveBrowser::fetch(const std::string& session, PageTreeReader& reader, const std::vector<std::string>& first,
+                        std::size_t until) {
+  std::deque<std::pair<int, std::string>> inFlight;
+  std::size_t next = 0;
+  for (;;) {
+    while (inFlight.size() < kInFlight) {
+      std::optional<std::string> id;
+      if (next < first.size()) {
+        id = first[next++];
+        reader.asking(*id);
+      }
+      else if (reader.exposedCount() < until) id = reader.nextToFetch();
+      if (!id) break;
+      inFlight.emplace_back(cdp_->send("Accessibility.getChildAXNodes", {{"id", *id}}, session), std::move(*id));
+    }
+    if (inFlight.empty()) return;
+    auto [request, id] = std::move(inFlight.front());
+    inFlight.pop_front();
+    Json nodes = Json::array();
+    try {
+      Json r = cdp_->wait(request, 20);
+      if (r.contains("nodes")) nodes = std::move(r["nodes"]);
+    } catch (const CdpError&) {
+      if (cdp_->broken()) throw;
+      // The node went away since it was listed: it has no children to show.
+    }
+    reader.addChildren(id, std::move(nodes));
+  }
+}
+
+void LiveBrowser::listChildren(const std::string& session, PageTreeReader& reader, int index) {
+  // Each round reads one more level of ignored nodes between the node and its children.
+  for (int round = 0; round < 100 && !reader.expand(index); ++round)
+    fetch(session, reader, reader.missingFor(index), reader.exposedCount() + kReadMore);
+}
+
+void LiveBrowser::reach(const std::string& session, PageTreeReader& reader, const Json& params) {
+  Json chain;
+  try {
+    chain = cdp_->call("Accessibility.getAXNodeAndAncestors", params, session);
+  } catch (const CdpError&) {
+    if (cdp_->broken()) throw;
+    return;
+  }
+  const Json& nodes = chain["nodes"];
+  if (!nodes.is_array()) return;
+  // From the root down: listing each page node's children makes the next one a page node.
+  for (auto it = nodes.rbegin(); it != nodes.rend(); ++it) {
+    int index = reader.indexOf(nodeIdOf(*it));
+    if (index < 0) continue;
+    for (int round = 0; round < 100 && !reader.expand(index); ++round) fetch(session, reader, reader.missingFor(index), 0);
+  }
 }
 
 void LiveBrowser::refresh(const std::string& targetId) {
@@ -410,17 +524,19 @@ void LiveBrowser::refresh(const std::string& targetId) {
     c = Cache{};
     return;
   }
-  const std::string& s = tab->sessionId;
+  const std::string s = tab->sessionId;
   // Independent requests travel together; the generation is read first so that any change
-  // made while the tree is read shows up at the next check.
+  // made while the tree is read shows up at the next check. The snapshot goes last: Chromium
+  // answers in order, so the tree's first requests are on their way while its answer is read.
   int gen = cdp_->send("Runtime.evaluate", {{"expression", kGeneration}, {"returnByValue", true}}, s);
   int release = cdp_->send("Runtime.releaseObjectGroup", {{"objectGroup", "skimlet"}}, s);
-  int ax = cdp_->send("Accessibility.getFullAXTree", Json::object(), s);
-  int snap = cdp_->send("DOMSnapshot.captureSnapshot", {{"computedStyles", Json::array()}}, s);
+  int root = cdp_->send("Accessibility.getRootAXNode", Json::object(), s);
+  int active = cdp_->send("Runtime.evaluate", {{"expression", kActiveElement}, {"objectGroup", "skimlet"}}, s);
   int metrics = cdp_->send("Page.getLayoutMetrics", Json::object(), s);
   int hist = cdp_->send("Page.getNavigationHistory", Json::object(), s);
   int win = cdp_->send("Browser.getWindowForTarget", {{"targetId", targetId}});
-  Json genR, releaseR, axR, snapR, metricsR, histR, winR;
+  int snap = cdp_->send("DOMSnapshot.captureSnapshot", {{"computedStyles", Json::array()}}, s);
+  Json genR, releaseR, rootR, activeR, snapR, metricsR, histR, winR;
   auto get = [&](int id, Json& out) {
     try {
       out = cdp_->wait(id, 20);
@@ -430,11 +546,22 @@ void LiveBrowser::refresh(const std::string& targetId) {
   };
   get(gen, genR);
   get(release, releaseR);
-  get(ax, axR);
-  get(snap, snapR);
+  get(root, rootR);
+  c.previous = std::move(c.reader);
+  c.reader = std::make_unique<PageTreeReader>();
+  PageTreeReader& reader = *c.reader;
+  if (rootR.contains("node")) {
+    reader.addRoot(std::move(rootR["node"]));
+    try {
+      fetch(s, reader, {}, kReadAhead);
+    } catch (const CdpError&) {
+    }
+  }
+  get(active, activeR);
   get(metrics, metricsR);
   get(hist, histR);
   get(win, winR);
+  get(snap, snapR);
 
   if (winR.contains("bounds")) {
     const Json& b = winR["bounds"];
@@ -445,9 +572,17 @@ void LiveBrowser::refresh(const std::string& targetId) {
     double band = std::max(kTabStripHeight + kToolbarHeight, window_.height - h);
     viewport_ = Rect{window_.x, window_.y + band, window_.width, window_.height - band};
   }
-  c.tree = axR.contains("nodes") ? buildPageTree(axR, snapR, viewport_) : PageTree{};
-  if (c.tree.url.empty()) c.tree.url = tab->url;
-  if (c.tree.title.empty()) c.tree.title = tab->title;
+  reader.build(snapR, viewport_);
+  // The focused element may lie past what was read: read down to it.
+  if (activeR.contains("result") && activeR["result"].contains("objectId") && reader.tree().focused <= 0) {
+    try {
+      reach(s, reader, {{"objectId", activeR["result"]["objectId"]}});
+    } catch (const CdpError&) {
+    }
+  }
+  PageTree& tree = reader.tree();
+  if (tree.url.empty()) tree.url = tab->url;
+  if (tree.title.empty()) tree.title = tab->title;
   c.history = {};
   if (histR.contains("entries")) {
     int current = histR.value("currentIndex", 0);

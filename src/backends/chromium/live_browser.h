@@ -74,6 +74,12 @@ class LiveBrowser {
   const PageTree& page();
   // The page of any tab (the active one is the one usually asked).
   const PageTree& page(const std::string& targetId);
+  // A node of the active tab's page by its key, read from the browser when the page's first read
+  // did not reach it; null when the page has no such node.
+  const PageNode* pageNode(std::int64_t key);
+  // The same with the node's children listed, read from the browser when the first read stopped
+  // above them.
+  const PageNode* pageNodeWithChildren(std::int64_t key);
   // Screen frames: the window, the tab strip, the toolbar and the page's viewport.
   Rect windowFrame();
   Rect viewportFrame();
@@ -101,6 +107,15 @@ class LiveBrowser {
   void waitForLoad(const std::string& targetId, int startedBefore, double timeout);
   void waitUntilReady(const std::string& targetId, double timeout);
   void refresh(const std::string& targetId);
+  // Reads the children of these nodes, then of the next nodes in document order until the tree
+  // holds `until` exposed nodes.
+  void fetch(const std::string& session, PageTreeReader& reader, const std::vector<std::string>& first,
+             std::size_t until);
+  // Lists a page node's children, reading what is missing for it.
+  void listChildren(const std::string& session, PageTreeReader& reader, int index);
+  // Lists the page nodes down to the accessibility node that Accessibility.getAXNodeAndAncestors
+  // finds with these parameters.
+  void reach(const std::string& session, PageTreeReader& reader, const Json& params);
   Tab* find(const std::string& targetId);
 
   std::recursive_mutex mutex_;
@@ -113,7 +128,10 @@ class LiveBrowser {
   std::vector<std::string> openedByPage_;  // tabs the page opened, still loading when noticed
 
   struct Cache {
-    PageTree tree;
+    std::unique_ptr<PageTreeReader> reader;
+    // The read before, kept until the next so that a tree handed out just before a re-read
+    // stays valid while its caller finishes with it.
+    std::unique_ptr<PageTreeReader> previous;
     History history;
     std::string generation;  // the page's own change counter when the tree was read
     double checkedAt = -1;

@@ -116,178 +116,327 @@ const std::unordered_set<std::string_view>& clickableRoles() {
   return roles;
 }
 
-class Builder {
- public:
-  Builder(const Json& ax, const DomIndex& dom, Rect viewport) : dom_(dom), viewport_(viewport) {
-    const Json& nodes = ax["nodes"];
-    for (const Json& n : nodes) byId_[n["nodeId"].get<std::string>()] = &n;
-    for (const Json& n : nodes)
-      if (!n.contains("parentId")) {
-        root_ = &n;
-        break;
-      }
-  }
+// Whether Chromium's role never shows children on the desktop: dropped nodes and controls whose
+// insides belong to them. Only a guess before the DOM is known, but one that never hides a child:
+// DOM facts only ever turn a role into a leaf.
+bool opaque(const Json& n) {
+  if (n.value("ignored", false)) return false;
+  const Json* roleValue = inner(n, "role");
+  if (!roleValue || !roleValue->is_string()) return false;
+  AxRole mapped = mapRole(roleValue->get_ref<const std::string&>(), RoleContext{});
+  return mapped.role.empty() || mapped.leaf;
+}
 
-  PageTree build() {
-    tree_.scrollX = dom_.scrollX;
-    tree_.scrollY = dom_.scrollY;
-    tree_.contentHeight = dom_.contentHeight;
-    if (root_) add(*root_, -1);
-    if (!tree_.nodes.empty()) {
-      tree_.nodes[0].frame = viewport_;
-      if (tree_.focused < 0) tree_.focused = 0;
-      tree_.title = tree_.nodes[0].title;
-      tree_.url = tree_.nodes[0].url;
-    }
-    return std::move(tree_);
-  }
+bool exposed(const Json& n) {
+  if (n.value("ignored", false)) return false;
+  const Json* roleValue = inner(n, "role");
+  return !roleValue || !roleValue->is_string() || !mapRole(roleValue->get_ref<const std::string&>(), RoleContext{}).role.empty();
+}
 
- private:
-  // Adds the children of an ignored node to `parent` in its place.
-  void addChildren(const Json& n, int parent) {
-    if (!n.contains("childIds")) return;
-    for (const Json& id : n["childIds"]) {
-      auto it = byId_.find(id.get<std::string>());
-      if (it != byId_.end()) add(*it->second, parent);
-    }
-  }
+bool hasChildren(const Json& n) {
+  auto it = n.find("childIds");
+  return it != n.end() && it->is_array() && !it->empty();
+}
 
-  void add(const Json& n, int parent) {
-    if (n.value("ignored", false)) {
-      addChildren(n, parent);
-      return;
-    }
-    const Json* roleValue = inner(n, "role");
-    std::string cdpRole = roleValue && roleValue->is_string() ? roleValue->get<std::string>() : "";
-    std::unordered_map<std::string, const Json*> props;
-    if (n.contains("properties"))
-      for (const Json& p : n["properties"])
-        if (p.contains("value") && p["value"].contains("value")) props[p["name"].get<std::string>()] = &p["value"]["value"];
-    auto prop = [&](const char* name) -> const Json* {
-      auto it = props.find(name);
-      return it == props.end() ? nullptr : it->second;
-    };
-    auto flag = [&](const char* name) {
-      const Json* v = prop(name);
-      return v && ((v->is_boolean() && v->get<bool>()) || (v->is_string() && v->get<std::string>() == "true"));
-    };
-
-    std::int64_t backendId = n.value("backendDOMNodeId", std::int64_t{0});
-    const DomInfo* dom = nullptr;
-    if (backendId) {
-      auto it = dom_.byBackendId.find(backendId);
-      if (it != dom_.byBackendId.end()) dom = &it->second;
-    }
-    RoleContext ctx;
-    if (dom) {
-      ctx.tagName = dom->tag;
-      ctx.inputType = dom->type;
-    }
-    ctx.multiline = flag("multiline");
-    if (const Json* e = prop("editable"); e && e->is_string()) ctx.editable = !e->get<std::string>().empty();
-    AxRole mapped = mapRole(cdpRole, ctx);
-    if (mapped.role.empty()) return;
-
-    PageNode node;
-    node.role = mapped.role;
-    node.subrole = mapped.subrole;
-    node.parent = parent;
-    node.secure = node.subrole == "AXSecureTextField";
-    node.tag = dom ? dom->tag : "";
-    node.key = keyFor(n, backendId);
-
-    const Json* nameValue = inner(n, "name");
-    std::string name = nameValue ? jsonText(*nameValue) : "";
-    if (const Json* d = inner(n, "description")) node.help = jsonText(*d);
-    if (dom) node.placeholder = dom->placeholder;
-    if (!node.placeholder.empty() && name == node.placeholder) name.clear();  // shown as placeholder
-    switch (mapped.name) {
-      case NamePlacement::title: node.title = name; break;
-      case NamePlacement::description: node.desc = name; break;
-      case NamePlacement::value:
-        node.valueKind = PageNode::ValueKind::text;
-        node.text = name;
-        break;
-      case NamePlacement::none: break;
-    }
-    if (const Json* u = prop("url"); u && u->is_string()) node.url = u->get<std::string>();
-
-    // Values as the desktop reports them.
-    const Json* axValue = inner(n, "value");
-    if (node.role == "AXHeading") {
-      if (const Json* level = prop("level"); level && level->is_number()) {
-        node.valueKind = PageNode::ValueKind::number;
-        node.number = level->get<double>();
-      }
-    } else if (node.role == "AXCheckBox" || (node.role == "AXRadioButton" && node.subrole.empty())) {
-      const Json* checked = prop("checked");
-      std::string c = checked ? jsonText(*checked) : "false";
-      node.valueKind = PageNode::ValueKind::number;
-      node.number = c == "true" ? 1 : c == "mixed" ? 2 : 0;
-    } else if (node.subrole == "AXTabButton") {
-      node.valueKind = PageNode::ValueKind::number;
-      node.number = flag("selected") ? 1 : 0;
-    } else if (node.role == "AXTextField" || node.role == "AXTextArea" || node.role == "AXComboBox") {
-      std::string v = dom && dom->inputValue ? *dom->inputValue : axValue ? jsonText(*axValue) : "";
-      node.valueKind = PageNode::ValueKind::text;
-      node.text = node.secure ? maskSecret(v) : v;
-      node.valueSettable = !flag("readonly") && !flag("disabled");
-    } else if (axValue && node.valueKind == PageNode::ValueKind::none) {
-      if (axValue->is_number()) {
-        node.valueKind = PageNode::ValueKind::number;
-        node.number = axValue->get<double>();
-      } else {
-        std::string v = jsonText(*axValue);
-        if (!v.empty()) {
-          node.valueKind = PageNode::ValueKind::text;
-          node.text = v;
-        }
-      }
-    }
-
-    node.enabled = !flag("disabled");
-    node.focusable = flag("focusable");
-    node.focused = flag("focused");
-    bool textInput = node.role == "AXTextField" || node.role == "AXTextArea" || node.role == "AXComboBox";
-    node.pressable = clickableRoles().count(node.role) > 0 || (dom && dom->clickable) ||
-                     (node.focusable && !textInput && node.role != "AXWebArea");
-
-    if (parent >= 0 && dom && dom->bounds) {
-      const Rect& b = *dom->bounds;
-      node.frame = Rect{viewport_.x + b.x - dom_.scrollX, viewport_.y + b.y - dom_.scrollY, b.width, b.height};
-    }
-    if (parent < 0) {
-      node.title = name;
-      node.desc.clear();
-    }
-
-    int index = static_cast<int>(tree_.nodes.size());
-    if (node.focused && node.role != "AXWebArea") tree_.focused = index;
-    tree_.byKey[node.key] = index;
-    tree_.nodes.push_back(std::move(node));
-    if (parent >= 0) tree_.nodes[parent].children.push_back(index);
-    if (!mapped.leaf) addChildren(n, index);
-  }
-
-  std::int64_t keyFor(const Json& n, std::int64_t backendId) {
-    if (backendId > 0 && !tree_.byKey.count(backendId)) return backendId;
-    // Nodes without a DOM node of their own: a negative key from the tree's own id.
-    std::string id = n["nodeId"].get<std::string>();
-    std::int64_t v = 0;
-    std::from_chars(id.data(), id.data() + id.size(), v);
-    std::int64_t key = v < 0 ? v : -(v + 1);
-    while (tree_.byKey.count(key)) --key;
-    return key;
-  }
-
-  const DomIndex& dom_;
-  Rect viewport_;
-  std::unordered_map<std::string, const Json*> byId_;
-  const Json* root_ = nullptr;
-  PageTree tree_;
-};
+const std::string& nodeIdOf(const Json& n) {
+  static const std::string none;
+  auto it = n.find("nodeId");
+  return it != n.end() && it->is_string() ? it->get_ref<const std::string&>() : none;
+}
 
 }  // namespace
+
+struct PageTreeReader::Dom {
+  DomIndex index;
+};
+
+PageTreeReader::PageTreeReader() : dom_(std::make_unique<Dom>()) {}
+
+PageTreeReader::~PageTreeReader() = default;
+
+const Json* PageTreeReader::raw(const std::string& id) const {
+  auto it = byId_.find(id);
+  return it == byId_.end() ? nullptr : it->second;
+}
+
+void PageTreeReader::take(Json& nodes, bool placed) {
+  // A node's place in document order: its parent's path and its position among the parent's
+  // children. An answer lists parents before their children (it goes through ignored nodes to
+  // the first exposed ones below), so each parent's place is known by the time its children come.
+  for (Json& n : nodes) {
+    const std::string& id = nodeIdOf(n);
+    if (id.empty() || byId_.count(id)) continue;
+    byId_[id] = &n;
+    if (exposed(n)) ++exposed_;
+    if (!placed) continue;
+    auto parentId = n.find("parentId");
+    if (parentId == n.end() || !parentId->is_string()) continue;
+    const std::string& pid = parentId->get_ref<const std::string&>();
+    auto parentPath = paths_.find(pid);
+    const Json* parent = raw(pid);
+    if (parentPath == paths_.end() || !parent || !hasChildren(*parent)) continue;
+    int position = 0;
+    for (const Json& c : (*parent)["childIds"]) {
+      if (c.is_string() && c.get_ref<const std::string&>() == id) break;
+      ++position;
+    }
+    std::vector<int> path = parentPath->second;
+    path.push_back(position);
+    if (hasChildren(n) && !opaque(n) && !asked_.count(id)) toFetch_.emplace(path, id);
+    paths_[id] = std::move(path);
+  }
+}
+
+void PageTreeReader::addRoot(Json node) {
+  auto owned = std::make_unique<Json>(Json::array({std::move(node)}));
+  Json& nodes = *owned;
+  answers_.push_back(std::move(owned));
+  // The root has no parent: its path is empty, and it is the first node to ask about.
+  take(nodes, false);
+  if (nodes.empty() || nodeIdOf(nodes[0]).empty()) return;
+  root_ = &nodes[0];
+  paths_[nodeIdOf(nodes[0])] = {};
+  if (hasChildren(nodes[0])) toFetch_.emplace(std::vector<int>{}, nodeIdOf(nodes[0]));
+}
+
+void PageTreeReader::addChildren(const std::string& parentId, Json nodes) {
+  asked_.insert(parentId);
+  fetched_.insert(parentId);
+  if (!nodes.is_array()) return;
+  auto owned = std::make_unique<Json>(std::move(nodes));
+  Json& list = *owned;
+  answers_.push_back(std::move(owned));
+  take(list, true);
+}
+
+void PageTreeReader::addTree(Json nodes) {
+  if (!nodes.is_array()) return;
+  auto owned = std::make_unique<Json>(std::move(nodes));
+  Json& list = *owned;
+  answers_.push_back(std::move(owned));
+  take(list, false);
+  for (const Json& n : list)
+    if (!n.contains("parentId")) {
+      root_ = &n;
+      break;
+    }
+}
+
+std::optional<std::string> PageTreeReader::nextToFetch() {
+  while (!toFetch_.empty()) {
+    auto first = toFetch_.begin();
+    std::string id = std::move(first->second);
+    toFetch_.erase(first);
+    if (asked_.insert(id).second) return id;
+  }
+  return std::nullopt;
+}
+
+bool PageTreeReader::ready(const Json& n) const {
+  if (!hasChildren(n)) return true;
+  bool arrived = fetched_.count(nodeIdOf(n)) > 0;
+  for (const Json& id : n["childIds"]) {
+    const Json* child = id.is_string() ? raw(id.get_ref<const std::string&>()) : nullptr;
+    if (!child) {
+      if (!arrived) return false;
+      continue;  // asked for, and gone by then
+    }
+    if (child->value("ignored", false) && !ready(*child)) return false;
+  }
+  return true;
+}
+
+void PageTreeReader::collectMissing(const Json& n, std::vector<std::string>& out) const {
+  if (!hasChildren(n)) return;
+  bool arrived = fetched_.count(nodeIdOf(n)) > 0;
+  bool missing = false;
+  for (const Json& id : n["childIds"]) {
+    const Json* child = id.is_string() ? raw(id.get_ref<const std::string&>()) : nullptr;
+    if (!child) missing = missing || !arrived;
+    else if (child->value("ignored", false)) collectMissing(*child, out);
+  }
+  if (missing) out.push_back(nodeIdOf(n));
+}
+
+std::vector<std::string> PageTreeReader::missingFor(int index) const {
+  std::vector<std::string> out;
+  auto it = pending_.find(index);
+  if (it != pending_.end()) collectMissing(*it->second, out);
+  return out;
+}
+
+bool PageTreeReader::expand(int index) {
+  auto it = pending_.find(index);
+  if (it == pending_.end()) return true;
+  const Json* n = it->second;
+  if (!ready(*n)) return false;
+  pending_.erase(it);
+  addChildren(*n, index);
+  return true;
+}
+
+int PageTreeReader::indexOf(const std::string& nodeId) const {
+  auto it = indexById_.find(nodeId);
+  return it == indexById_.end() ? -1 : it->second;
+}
+
+void PageTreeReader::build(const Json& domSnapshot, Rect viewport) {
+  dom_->index = indexSnapshot(domSnapshot);
+  viewport_ = viewport;
+  const DomIndex& dom = dom_->index;
+  tree_.scrollX = dom.scrollX;
+  tree_.scrollY = dom.scrollY;
+  tree_.contentHeight = dom.contentHeight;
+  if (root_) add(*root_, -1);
+  if (!tree_.nodes.empty()) {
+    tree_.nodes[0].frame = viewport_;
+    if (tree_.focused < 0) tree_.focused = 0;
+    tree_.title = tree_.nodes[0].title;
+    tree_.url = tree_.nodes[0].url;
+  }
+}
+
+// Adds the children of a node (in the place of an ignored node, to its parent) to `parent`.
+void PageTreeReader::addChildren(const Json& n, int parent) {
+  if (!n.contains("childIds")) return;
+  for (const Json& id : n["childIds"]) {
+    if (!id.is_string()) continue;
+    if (const Json* child = raw(id.get_ref<const std::string&>())) add(*child, parent);
+  }
+}
+
+
+void PageTreeReader::add(const Json& n, int parent) {
+  const DomIndex& domIndex = dom_->index;
+  if (n.value("ignored", false)) {
+    addChildren(n, parent);
+    return;
+  }
+  const Json* roleValue = inner(n, "role");
+  std::string cdpRole = roleValue && roleValue->is_string() ? roleValue->get<std::string>() : "";
+  std::unordered_map<std::string, const Json*> props;
+  if (n.contains("properties"))
+    for (const Json& p : n["properties"])
+      if (p.contains("value") && p["value"].contains("value")) props[p["name"].get<std::string>()] = &p["value"]["value"];
+  auto prop = [&](const char* name) -> const Json* {
+    auto it = props.find(name);
+    return it == props.end() ? nullptr : it->second;
+  };
+  auto flag = [&](const char* name) {
+    const Json* v = prop(name);
+    return v && ((v->is_boolean() && v->get<bool>()) || (v->is_string() && v->get<std::string>() == "true"));
+  };
+
+  std::int64_t backendId = n.value("backendDOMNodeId", std::int64_t{0});
+  const DomInfo* dom = nullptr;
+  if (backendId) {
+    auto it = domIndex.byBackendId.find(backendId);
+    if (it != domIndex.byBackendId.end()) dom = &it->second;
+  }
+  RoleContext ctx;
+  if (dom) {
+    ctx.tagName = dom->tag;
+    ctx.inputType = dom->type;
+  }
+  ctx.multiline = flag("multiline");
+  if (const Json* e = prop("editable"); e && e->is_string()) ctx.editable = !e->get<std::string>().empty();
+  AxRole mapped = mapRole(cdpRole, ctx);
+  if (mapped.role.empty()) return;
+
+  PageNode node;
+  node.role = mapped.role;
+  node.subrole = mapped.subrole;
+  node.parent = parent;
+  node.secure = node.subrole == "AXSecureTextField";
+  node.tag = dom ? dom->tag : "";
+  node.key = keyFor(n, backendId);
+
+  const Json* nameValue = inner(n, "name");
+  std::string name = nameValue ? jsonText(*nameValue) : "";
+  if (const Json* d = inner(n, "description")) node.help = jsonText(*d);
+  if (dom) node.placeholder = dom->placeholder;
+  if (!node.placeholder.empty() && name == node.placeholder) name.clear();  // shown as placeholder
+  switch (mapped.name) {
+    case NamePlacement::title: node.title = name; break;
+    case NamePlacement::description: node.desc = name; break;
+    case NamePlacement::value:
+      node.valueKind = PageNode::ValueKind::text;
+      node.text = name;
+      break;
+    case NamePlacement::none: break;
+  }
+  if (const Json* u = prop("url"); u && u->is_string()) node.url = u->get<std::string>();
+
+  // Values as the desktop reports them.
+  const Json* axValue = inner(n, "value");
+  if (node.role == "AXHeading") {
+    if (const Json* level = prop("level"); level && level->is_number()) {
+      node.valueKind = PageNode::ValueKind::number;
+      node.number = level->get<double>();
+    }
+  } else if (node.role == "AXCheckBox" || (node.role == "AXRadioButton" && node.subrole.empty())) {
+    const Json* checked = prop("checked");
+    std::string c = checked ? jsonText(*checked) : "false";
+    node.valueKind = PageNode::ValueKind::number;
+    node.number = c == "true" ? 1 : c == "mixed" ? 2 : 0;
+  } else if (node.subrole == "AXTabButton") {
+    node.valueKind = PageNode::ValueKind::number;
+    node.number = flag("selected") ? 1 : 0;
+  } else if (node.role == "AXTextField" || node.role == "AXTextArea" || node.role == "AXComboBox") {
+    std::string v = dom && dom->inputValue ? *dom->inputValue : axValue ? jsonText(*axValue) : "";
+    node.valueKind = PageNode::ValueKind::text;
+    node.text = node.secure ? maskSecret(v) : v;
+    node.valueSettable = !flag("readonly") && !flag("disabled");
+  } else if (axValue && node.valueKind == PageNode::ValueKind::none) {
+    if (axValue->is_number()) {
+      node.valueKind = PageNode::ValueKind::number;
+      node.number = axValue->get<double>();
+    } else {
+      std::string v = jsonText(*axValue);
+      if (!v.empty()) {
+        node.valueKind = PageNode::ValueKind::text;
+        node.text = v;
+      }
+    }
+  }
+
+  node.enabled = !flag("disabled");
+  node.focusable = flag("focusable");
+  node.focused = flag("focused");
+  bool textInput = node.role == "AXTextField" || node.role == "AXTextArea" || node.role == "AXComboBox";
+  node.pressable = clickableRoles().count(node.role) > 0 || (dom && dom->clickable) ||
+                   (node.focusable && !textInput && node.role != "AXWebArea");
+
+  if (parent >= 0 && dom && dom->bounds) {
+    const Rect& b = *dom->bounds;
+    node.frame = Rect{viewport_.x + b.x - domIndex.scrollX, viewport_.y + b.y - domIndex.scrollY, b.width, b.height};
+  }
+  if (parent < 0) {
+    node.title = name;
+    node.desc.clear();
+  }
+
+  int index = static_cast<int>(tree_.nodes.size());
+  if (node.focused && node.role != "AXWebArea") tree_.focused = index;
+  tree_.byKey[node.key] = index;
+  tree_.nodes.push_back(std::move(node));
+  if (parent >= 0) tree_.nodes[parent].children.push_back(index);
+  indexById_[nodeIdOf(n)] = index;
+  if (mapped.leaf) return;
+  if (ready(n)) addChildren(n, index);
+  else pending_[index] = &n;
+}
+
+std::int64_t PageTreeReader::keyFor(const Json& n, std::int64_t backendId) {
+  if (backendId > 0 && !tree_.byKey.count(backendId)) return backendId;
+  // Nodes without a DOM node of their own: a negative key from the tree's own id.
+  std::string id = n["nodeId"].get<std::string>();
+  std::int64_t v = 0;
+  std::from_chars(id.data(), id.data() + id.size(), v);
+  std::int64_t key = v < 0 ? v : -(v + 1);
+  while (tree_.byKey.count(key)) --key;
+  return key;
+}
 
 std::string maskSecret(const std::string& text) {
   std::string out;
@@ -297,8 +446,10 @@ std::string maskSecret(const std::string& text) {
 }
 
 PageTree buildPageTree(const Json& axTree, const Json& domSnapshot, Rect viewport) {
-  DomIndex dom = indexSnapshot(domSnapshot);
-  return Builder(axTree, dom, viewport).build();
+  PageTreeReader reader;
+  if (axTree.contains("nodes")) reader.addTree(axTree["nodes"]);
+  reader.build(domSnapshot, viewport);
+  return reader.tree();
 }
 
 }  // namespace skimlet::chromium
