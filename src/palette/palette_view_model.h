@@ -60,10 +60,14 @@ class PaletteViewModel : public std::enable_shared_from_this<PaletteViewModel> {
   const std::string& focusToken() const { return focusToken_; }
   // The engine of the current command, kept for its confirmations and choices.
   const std::shared_ptr<ActionEngine>& engine() const { return engine_; }
-  // Whether a command or follow-up is still running on its worker.
+  // Whether a command, follow-up or page reveal is still running on its worker; a stopped
+  // command counts until it has ended. A worker that ends wakes the main thread.
   bool busy() const;
 
-  // Called on the main thread after every change of what the views show.
+  // Called on the main thread after what the views show has changed. A step of a running
+  // command is seen at its end; changes made by the view's own calls are seen on the main
+  // thread's next turn, once, in their final state (typing over a result and pressing Return
+  // shows the new command at work, not a flash of the empty palette in between).
   void observe(std::function<void()> onChange);
 
   // Return in the command field.
@@ -99,6 +103,8 @@ class PaletteViewModel : public std::enable_shared_from_this<PaletteViewModel> {
   void highlightSelected();
   void removeHighlight();
   void changed();
+  // Tells the observers now, when something changed since they were last told.
+  void flush();
   void newFocusToken();
   // Starts `body` on a fresh worker as the current task; the previous one is stopped first.
   // `body` gets a poster that applies a step on the main thread while this task is current.
@@ -117,6 +123,9 @@ class PaletteViewModel : public std::enable_shared_from_this<PaletteViewModel> {
   std::string focusToken_;
   std::shared_ptr<ActionEngine> engine_;
   std::vector<std::function<void()>> observers_;
+  bool dirty_ = false;         // changed since the observers were last told
+  bool flushPosted_ = false;   // a flush is queued for the main thread's next turn
+  bool inStep_ = false;        // applying a step of a running command; it flushes at its end
 
   // The task whose steps are still applied; older ones are stopped and only awaited.
   struct Worker {

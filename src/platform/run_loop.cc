@@ -1,5 +1,6 @@
 #include "platform/run_loop.h"
 
+#include <algorithm>
 #include <chrono>
 
 namespace skimlet {
@@ -35,14 +36,19 @@ int RunLoop::runPending() {
 bool RunLoop::runUntil(const std::function<bool()>& pred, double timeout) {
   auto deadline = std::chrono::steady_clock::now() + std::chrono::duration_cast<std::chrono::steady_clock::duration>(
                                                           std::chrono::duration<double>(timeout));
+  // The predicate may watch state that other threads change without posting anything (a worker
+  // that has ended), so it is looked at again every few milliseconds even when no work arrives.
+  constexpr auto kRecheck = std::chrono::milliseconds(5);
   for (;;) {
     runPending();
     if (pred()) return true;
     std::unique_lock lock(mutex_);
-    if (queue_.empty() && wake_.wait_until(lock, deadline) == std::cv_status::timeout && queue_.empty()) {
+    if (!queue_.empty()) continue;
+    if (std::chrono::steady_clock::now() >= deadline) {
       lock.unlock();
       return pred();
     }
+    wake_.wait_until(lock, std::min(deadline, std::chrono::steady_clock::now() + kRecheck));
   }
 }
 

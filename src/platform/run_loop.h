@@ -22,8 +22,9 @@ class RunLoop final : public Dispatch {
   // Runs what is queued now, and what that work queues in turn, until the queue is empty.
   // Returns the number of items run.
   int runPending();
-  // Runs work as it arrives until pred() holds (checked before each wait) or `timeout` seconds
-  // pass; returns pred()'s last answer.
+  // Runs work as it arrives until pred() holds or `timeout` seconds pass; returns pred()'s last
+  // answer. pred() is checked after each turn of work and every few milliseconds while none
+  // comes, so it may watch what other threads do without posting.
   bool runUntil(const std::function<bool()>& pred, double timeout);
   // Runs work as it arrives until quit() is called (from any thread, or from the work itself).
   void run();

@@ -266,6 +266,90 @@ TEST_F(Palette, AClosedPaletteIsNotKeptAliveByItsCommand) {
   EXPECT_TRUE(backend->events().empty());
 }
 
+TEST_F(Palette, AnswersStreamInAndTypingOverThemStopsTheCommand) {
+  StandInModel model({"Organic cotton shirts that ship within two days.", "Organic cotton shirts ship fast."});
+  open(shop(), &model);
+  run("Summarize this page");
+  EXPECT_TRUE(showed("partial: Summary of **Shirts**"));
+  auto* r = std::get_if<ActionResult>(&vm->phase());
+  ASSERT_TRUE(r);
+  EXPECT_FALSE(r->isPartial);
+  EXPECT_EQ(r->body, "Organic cotton shirts that ship within two days.");
+
+  // The second summary pauses after its first word until the user has typed; then it finishes
+  // regardless, so only the palette can keep it off the screen.
+  std::atomic<bool> holding = false, typed = false;
+  model.beforePiece = [&](int piece) {
+    if (piece < 1) return;
+    holding = true;
+    auto until = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+    while (!typed && std::chrono::steady_clock::now() < until) {
+      std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    }
+  };
+  model.honoursStop = false;
+  shown.clear();
+  vm->input = "Summarize this page";
+  vm->submit();
+  ASSERT_TRUE(backend->runLoop().runUntil(
+      [&] { return holding && describe(vm->phase()) == "partial: Summary of **Shirts**"; }, 20.0));
+  vm->input = "Summarize this page again";
+  vm->inputChanged();
+  EXPECT_EQ(describe(vm->phase()), "idle");
+  typed = true;
+  settle();
+  EXPECT_EQ(describe(vm->phase()), "idle");
+  EXPECT_EQ(shown.back(), "idle");
+}
+
+TEST_F(Palette, ANewCommandReplacesTheOneStillRunning) {
+  StandInModel model({"scroll_down||0||"});
+  std::atomic<bool> held = false;
+  holdUntilStopped(model, held);
+  model.honoursStop = false;  // once released it answers, as if it had not noticed the stop
+  open(shop(), &model);
+  vm->input = "show me more of this";
+  vm->submit();
+  ASSERT_TRUE(backend->runLoop().runUntil([&] { return held.load(); }, 20.0));
+
+  run("Read page");
+  auto* r = std::get_if<ActionResult>(&vm->phase());
+  ASSERT_TRUE(r) << shown.back();
+  EXPECT_EQ(r->headline.rfind("Read **Shirts**", 0), 0u) << r->headline;
+  EXPECT_TRUE(backend->events().empty());  // the replaced command never scrolled
+  EXPECT_FALSE(showed("working: Scroll down"));
+}
+
+TEST_F(Palette, SuggestionsThatRunAreCommandsNotAnswersToTheQuestionOnScreen) {
+  open();
+  run("click delete account");
+  ASSERT_TRUE(std::holds_alternative<Confirmation>(vm->phase()));
+  vm->use(vm->suggestions()[0]);  // "Read page", not a yes to deleting the account
+  settle();
+  EXPECT_TRUE(backend->events().empty());
+  auto* r = std::get_if<ActionResult>(&vm->phase());
+  ASSERT_TRUE(r);
+  EXPECT_EQ(r->headline.rfind("Read **Shirts**", 0), 0u) << r->headline;
+}
+
+TEST_F(Palette, RevealBringsAFoundItemIntoView) {
+  open();
+  vm->reveal(FoundItem{.text = "before any command", .element = std::nullopt});
+  EXPECT_FALSE(vm->busy());
+
+  run("find organic cotton");
+  auto* r = std::get_if<ActionResult>(&vm->phase());
+  ASSERT_TRUE(r && !r->items.empty()) << shown.back();
+  ASSERT_TRUE(r->items[0].element);
+  backend->clearEvents();
+  vm->reveal(r->items[0]);
+  settle();
+  auto events = backend->events();
+  ASSERT_EQ(events.size(), 1u);
+  EXPECT_EQ(events[0].type, memory::Event::Type::scroll);
+  EXPECT_TRUE(backend->highlighted());
+}
+
 TEST_F(Palette, PreviewUsesTheRulesOnly) {
   StandInModel model({"scroll_down||0||"});
   open(shop(), &model);
