@@ -43,6 +43,11 @@ class CdpClient {
 
   // Reads whatever has arrived within `seconds` (0: only what is already there).
   void poll(double seconds);
+  // Whether events have been received and not yet taken.
+  bool hasEvents() {
+    std::lock_guard lock(mutex_);
+    return !events_.empty();
+  }
   // Takes the events received so far, oldest first.
   std::deque<CdpEvent> takeEvents();
   // Waits until an event with this method (and session, when given) arrives; it stays queued.

@@ -137,7 +137,14 @@ void LiveBrowser::attach(Tab& tab) {
 }
 
 void LiveBrowser::pump() {
-  cdp_->poll(0);
+  // A crawl reads tens of thousands of attributes, each of which looks at the tabs first; the
+  // pipe is looked at again only after a moment, which no event's meaning depends on.
+  double t = now();
+  if (t - polledAt_ > 0.002 || t < polledAt_) {
+    cdp_->poll(0);
+    polledAt_ = t;
+  }
+  if (!cdp_->hasEvents()) return;
   for (auto& e : cdp_->takeEvents()) {
     const Json& p = e.params;
     if (e.method == "Target.targetCreated" || e.method == "Target.targetInfoChanged") {
@@ -432,12 +439,11 @@ const PageTree& LiveBrowser::page(const std::string& targetId) {
 
 const PageNode* LiveBrowser::pageNode(std::int64_t key) {
   std::lock_guard lock(mutex_);
+  if (const PageNode* n = page().find(key)) return n;
   const Tab* tab = activeTab();
   if (!tab) return nullptr;
-  std::string id = tab->targetId, session = tab->sessionId;
-  const PageTree& tree = page(id);
-  if (const PageNode* n = tree.find(key)) return n;
-  Cache& c = cache_[id];
+  std::string session = tab->sessionId;
+  Cache& c = cache_[tab->targetId];
   // Text and elements have DOM nodes; a node without one is only ever met through its parent.
   if (key <= 0 || !c.reader) return nullptr;
   try {

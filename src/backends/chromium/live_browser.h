@@ -125,7 +125,8 @@ class LiveBrowser {
   int pid_ = 0;
   std::vector<Tab> tabs_;
   std::string active_;
-  std::vector<std::string> openedByPage_;  // tabs the page opened, still loading when noticed
+  std::vector<std::string> openedByPage_;
+  double polledAt_ = -1;  // when the pipe was last looked at for events  // tabs the page opened, still loading when noticed
 
   struct Cache {
     std::unique_ptr<PageTreeReader> reader;
