@@ -1,0 +1,225 @@
+#include "llm/local_model_runtime.h"
+
+#include <pthread.h>
+
+#include <algorithm>
+#include <chrono>
+#include <future>
+
+#include "llm/gguf_file.h"
+#include "llm/model_files.h"
+#include "llm/transformer.h"
+#include "llm/utf8.h"
+#include "text/text_util.h"
+#include "text/unicode.h"
+
+namespace skimlet {
+
+namespace {
+
+// A user text this short is never cut to make room: what is left would be too little to
+// answer from.
+constexpr int kShortestCuttableUser = 201;
+
+bool isWhiteSpace(int cp) {
+  return (cp >= 0x09 && cp <= 0x0D) || cp == 0x20 || cp == 0x85 || cp == 0xA0 || cp == 0x1680 ||
+         (cp >= 0x2000 && cp <= 0x200A) || cp == 0x2028 || cp == 0x2029 || cp == 0x202F || cp == 0x205F ||
+         cp == 0x3000;
+}
+
+// `s` (valid UTF-8) without white space and line breaks at either end.
+std::string trimmed(const std::string& s) {
+  size_t begin = 0, end = s.size();
+  while (begin < end) {
+    const int cp = unicode::codePointAt(s, begin);
+    if (!isWhiteSpace(cp)) break;
+    begin += utf8Length(static_cast<unsigned char>(s[begin]));
+  }
+  while (end > begin) {
+    size_t lead = end - 1;
+    while (lead > begin && (static_cast<unsigned char>(s[lead]) & 0xC0) == 0x80) --lead;
+    if (!isWhiteSpace(unicode::codePointAt(s, lead))) break;
+    end = lead;
+  }
+  return s.substr(begin, end - begin);
+}
+
+int greedyToken(const std::vector<float>& logits) {
+  // max_element keeps the first of equal maxima.
+  return static_cast<int>(std::max_element(logits.begin(), logits.end()) - logits.begin());
+}
+
+double secondsSince(std::chrono::steady_clock::time_point t) {
+  return std::chrono::duration<double>(std::chrono::steady_clock::now() - t).count();
+}
+
+}  // namespace
+
+struct LocalModelRuntime::Request {
+  std::string system, user;
+  int maxTokens = 0;
+  PartialText onPartial;
+  std::stop_token stop;
+  std::promise<std::optional<std::string>> done;
+};
+
+LocalModelRuntime::LocalModelRuntime() : LocalModelRuntime(Options{}) {}
+
+LocalModelRuntime::LocalModelRuntime(Options options) : options_(std::move(options)) {
+  if (options_.modelPath.empty()) options_.modelPath = ModelFiles::modelPath();
+  worker_ = std::jthread([this](std::stop_token st) { workerLoop(st); });
+}
+
+LocalModelRuntime::~LocalModelRuntime() {
+  worker_.request_stop();
+  if (worker_.joinable()) worker_.join();
+  // Whoever still waits on a request that never ran hears "nothing".
+  for (auto& r : queue_) r->done.set_value(std::nullopt);
+}
+
+LocalModelRuntime& LocalModelRuntime::shared() {
+  // Never destroyed: a request may still be running while the process exits, and the worker
+  // must not outlive the thread pool it fans out over.
+  static LocalModelRuntime* runtime = new LocalModelRuntime();
+  return *runtime;
+}
+
+std::optional<std::string> LocalModelRuntime::generate(const std::string& system, const std::string& user,
+                                                       int maxTokens, const PartialText& onPartial,
+                                                       std::stop_token stop) {
+  auto request = std::make_shared<Request>();
+  request->system = system;
+  request->user = user;
+  request->maxTokens = maxTokens;
+  request->onPartial = onPartial;
+  request->stop = std::move(stop);
+  auto result = request->done.get_future();
+  {
+    std::lock_guard lock(queueMutex_);
+    queue_.push_back(std::move(request));
+  }
+  queueChanged_.notify_one();
+  // The caller waits even after a stop: the request's callback may still be running, and it may
+  // refer to things the caller owns. The worker notices the stop at the next token.
+  return result.get();
+}
+
+void LocalModelRuntime::workerLoop(std::stop_token st) {
+  pthread_setname_np(pthread_self(), "skimlet.llm");
+  for (;;) {
+    std::shared_ptr<Request> request;
+    {
+      std::unique_lock lock(queueMutex_);
+      if (!queueChanged_.wait(lock, st, [&] { return !queue_.empty(); }) || st.stop_requested()) return;
+      request = std::move(queue_.front());
+      queue_.pop_front();
+    }
+    std::optional<std::string> result;
+    try {
+      result = run(*request);
+    } catch (...) {
+      // Generation never throws to its callers. Whatever broke (most likely memory), the cache
+      // may be half-written, so the next request starts from position 0.
+      cached_.clear();
+      result.reset();
+    }
+    request->done.set_value(std::move(result));
+  }
+}
+
+bool LocalModelRuntime::ensureLoaded() {
+  if (model_) return true;
+  try {
+    model_ = std::make_unique<Transformer>(options_.modelPath.string(), options_.maxContext);
+    cached_.clear();
+    setLastError(std::nullopt);
+    return true;
+  } catch (const std::exception& e) {
+    // Tried again at the next request: the user may have downloaded the model meanwhile.
+    setLastError(std::string(e.what()));
+    return false;
+  }
+}
+
+std::optional<std::string> LocalModelRuntime::run(Request& r) {
+  if (r.stop.stop_requested()) return std::nullopt;
+  if (!ensureLoaded()) return std::nullopt;
+  if (r.maxTokens <= 0) return std::nullopt;
+  Transformer& m = *model_;
+  const auto fits = [&](const std::vector<int>& prompt) {
+    return static_cast<int64_t>(prompt.size()) + r.maxTokens <= m.contextSize();
+  };
+
+  // Long page texts are cut by a fifth at a time until the prompt and the answer fit.
+  std::string user = r.user;
+  int userLength = TextUtil::length(user);
+  std::vector<int> prompt = m.chatPrompt(r.system, user);
+  while (!fits(prompt) && userLength >= kShortestCuttableUser) {
+    userLength = userLength * 4 / 5;
+    user = TextUtil::prefix(user, userLength);
+    prompt = m.chatPrompt(r.system, user);
+  }
+  if (prompt.empty() || !fits(prompt)) return std::nullopt;
+
+  RunStats stats;
+  stats.promptTokens = static_cast<int>(prompt.size());
+  stats.userCharacters = userLength;
+
+  // Requests often share their beginning (the same system text, the same page), so the keys and
+  // values already cached for the longest common prefix are kept. At least the last prompt token
+  // runs, because its logits choose the first new token.
+  size_t common = 0;
+  while (common < cached_.size() && common < prompt.size() && cached_[common] == prompt[common]) ++common;
+  if (common == prompt.size()) --common;
+  stats.reusedTokens = static_cast<int>(common);
+  cached_.resize(common);  // everything after is overwritten now
+
+  auto started = std::chrono::steady_clock::now();
+  std::vector<float> logits =
+      m.forward(std::span<const int>(prompt).subspan(common), static_cast<int>(common));
+  cached_ = prompt;
+  stats.promptSeconds = secondsSince(started);
+
+  started = std::chrono::steady_clock::now();
+  std::string bytes;
+  while (!r.stop.stop_requested()) {
+    const int token = greedyToken(logits);
+    if (m.isStop(token)) break;
+    const std::vector<uint8_t> piece = m.tokenizer().bytes(token);
+    bytes.append(piece.begin(), piece.end());
+    ++stats.generatedTokens;
+    // Only whole characters are shown: a token may end in the middle of one.
+    if (r.onPartial && unicode::isValidUtf8(bytes)) r.onPartial(bytes);
+    if (stats.generatedTokens == r.maxTokens) break;
+    const int position = static_cast<int>(cached_.size());
+    logits = m.forward(std::span<const int>(&token, 1), position);
+    cached_.push_back(token);
+  }
+  stats.generationSeconds = secondsSince(started);
+  {
+    std::lock_guard lock(stateMutex_);
+    lastRun_ = stats;
+  }
+
+  if (r.stop.stop_requested()) return std::nullopt;
+  std::string text = trimmed(repairUTF8(bytes));
+  if (text.empty()) return std::nullopt;
+  return text;
+}
+
+void LocalModelRuntime::setLastError(std::optional<std::string> e) {
+  std::lock_guard lock(stateMutex_);
+  lastError_ = std::move(e);
+}
+
+std::optional<std::string> LocalModelRuntime::lastError() const {
+  std::lock_guard lock(stateMutex_);
+  return lastError_;
+}
+
+std::optional<LocalModelRuntime::RunStats> LocalModelRuntime::lastRun() const {
+  std::lock_guard lock(stateMutex_);
+  return lastRun_;
+}
+
+}  // namespace skimlet
