@@ -32,7 +32,13 @@ ModelStore& ModelStore::shared() {
   return store;
 }
 
-bool ModelStore::installed() const { return ModelFiles::isInstalled(options_.directory); }
+// The same rule as ModelFiles::isInstalled, with the store's own size limit (the real one unless
+// a test points the store at small files).
+bool ModelStore::installed() const {
+  std::error_code ec;
+  const auto size = fs::file_size(modelPath(), ec);
+  return !ec && static_cast<int64_t>(size) >= options_.minimumSize;
+}
 
 ModelStore::State ModelStore::state() const {
   std::lock_guard lock(mutex_);

@@ -110,17 +110,20 @@ TEST_F(ModelStoreTest, DownloadsWithProgressAndInstalls) {
   EXPECT_EQ(folder(), std::vector<std::string>{ModelFiles::fileName});
 
   // Progress starts at 0, only grows, and the download ends ready.
-  std::lock_guard lock(mutex_);
-  ASSERT_GE(seen_.size(), 3u);
-  EXPECT_EQ(std::get<ModelStore::Downloading>(seen_.front()).progress, 0.0);
-  double last = 0;
-  for (size_t i = 0; i + 1 < seen_.size(); ++i) {
-    double p = std::get<ModelStore::Downloading>(seen_[i]).progress;
-    EXPECT_GE(p, last);
-    last = p;
+  {
+    // Released before the next store reports to the same observer list.
+    std::lock_guard lock(mutex_);
+    ASSERT_GE(seen_.size(), 3u);
+    EXPECT_EQ(std::get<ModelStore::Downloading>(seen_.front()).progress, 0.0);
+    double last = 0;
+    for (size_t i = 0; i + 1 < seen_.size(); ++i) {
+      double p = std::get<ModelStore::Downloading>(seen_[i]).progress;
+      EXPECT_GE(p, last);
+      last = p;
+    }
+    EXPECT_GT(last, 0.5);
+    EXPECT_TRUE(std::holds_alternative<ModelStore::Ready>(seen_.back()));
   }
-  EXPECT_GT(last, 0.5);
-  EXPECT_TRUE(std::holds_alternative<ModelStore::Ready>(seen_.back()));
 
   // A new store finds the installed file; remove() deletes it.
   auto again = store("/model");
