@@ -129,10 +129,9 @@ void printRuntimeFigures() {
     runtime.generate(system, page + "\n\nQuestion: " + question, kGeneratedTokens);
     const auto s = runtime.lastRun();
     if (!s) continue;
-    const int run = s->promptTokens - s->reusedTokens;
     std::printf("runtime: prompt %d tokens (%d reused) %.1f tokens/s, generation %d tokens %.1f tokens/s\n",
-                s->promptTokens, s->reusedTokens, s->promptSeconds > 0 ? run / s->promptSeconds : 0.0,
-                s->generatedTokens, s->generationSeconds > 0 ? s->generatedTokens / s->generationSeconds : 0.0);
+                s->promptTokens, s->reusedTokens, s->promptTokensPerSecond(), s->generatedTokens,
+                s->decodeTokensPerSecond());
   }
 }
 

@@ -189,13 +189,19 @@ int generate(const Args& args) {
 
   LocalModelRuntime runtime(LocalModelRuntime::Options{*model, 2048});
   InterruptScope interrupt;
-  size_t printed = 0;
+  std::string streamed;
   // Each partial is the whole text so far; only what is new is written.
   auto result = runtime.generate(system, *user, maxTokens, [&](const std::string& text) {
-    std::cout << text.substr(printed) << std::flush;
-    printed = text.size();
+    std::cout << text.substr(streamed.size()) << std::flush;
+    streamed = text;
   }, interrupt.stopToken());
-  if (printed > 0) std::cout << "\n";
+  if (!streamed.empty()) std::cout << "\n";
+  // The stream pauses while the bytes so far are not whole characters; when the answer ends in
+  // such bytes (or never had any others), the final text shows them replaced.
+  if (result && (streamed.empty() || streamed.find(*result) == std::string::npos)) {
+    if (!streamed.empty()) std::cout << "answer: ";
+    std::cout << *result << "\n";
+  }
 
   if (auto error = runtime.lastError()) return fileError(*model, *error);
   auto stats = runtime.lastRun();
@@ -204,11 +210,10 @@ int generate(const Args& args) {
               << " new tokens\n";
     return 1;
   }
-  auto rate = [](int tokens, double seconds) { return seconds > 0 ? tokens / seconds : 0.0; };
   std::fprintf(stderr, "prompt:     %d tokens in %.2f s (%.1f tokens/s)\n", stats->promptTokens,
-               stats->promptSeconds, rate(stats->promptTokens - stats->reusedTokens, stats->promptSeconds));
-  std::fprintf(stderr, "generation: %d tokens in %.2f s (%.1f tokens/s)\n", stats->generatedTokens,
-               stats->generationSeconds, rate(stats->generatedTokens, stats->generationSeconds));
+               stats->promptSeconds, stats->promptTokensPerSecond());
+  std::fprintf(stderr, "generation: %d tokens, %d decode steps in %.2f s (%.1f tokens/s)\n", stats->generatedTokens,
+               stats->decodeSteps, stats->generationSeconds, stats->decodeTokensPerSecond());
   if (interrupt.interrupted()) {
     std::cerr << "stopped\n";
     return 130;

@@ -180,8 +180,8 @@ std::optional<std::string> LocalModelRuntime::run(Request& r) {
   cached_ = prompt;
   stats.promptSeconds = secondsSince(started);
 
-  started = std::chrono::steady_clock::now();
   std::string bytes;
+  double decodeSeconds = 0;
   while (!r.stop.stop_requested()) {
     const int token = greedyToken(logits);
     if (m.isStop(token)) break;
@@ -192,10 +192,13 @@ std::optional<std::string> LocalModelRuntime::run(Request& r) {
     if (r.onPartial && unicode::isValidUtf8(bytes)) r.onPartial(bytes);
     if (stats.generatedTokens == r.maxTokens) break;
     const int position = static_cast<int>(cached_.size());
+    started = std::chrono::steady_clock::now();
     logits = m.forward(std::span<const int>(&token, 1), position);
+    decodeSeconds += secondsSince(started);
+    ++stats.decodeSteps;
     cached_.push_back(token);
   }
-  stats.generationSeconds = secondsSince(started);
+  stats.generationSeconds = decodeSeconds;
   {
     std::lock_guard lock(stateMutex_);
     lastRun_ = stats;

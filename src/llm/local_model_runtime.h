@@ -35,9 +35,15 @@ class LocalModelRuntime {
     int promptTokens = 0;    // after fitting into the context
     int reusedTokens = 0;    // of those, already in the key/value cache from the request before
     int generatedTokens = 0;
+    int decodeSteps = 0;     // one-token passes (the first new token comes from the prompt's pass)
     int userCharacters = 0;  // of the user text, after fitting
     double promptSeconds = 0;
-    double generationSeconds = 0;
+    double generationSeconds = 0;  // all decode steps together
+
+    double promptTokensPerSecond() const {
+      return promptSeconds > 0 ? (promptTokens - reusedTokens) / promptSeconds : 0;
+    }
+    double decodeTokensPerSecond() const { return generationSeconds > 0 ? decodeSteps / generationSeconds : 0; }
   };
 
   LocalModelRuntime();  // the installed model

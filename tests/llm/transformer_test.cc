@@ -51,7 +51,9 @@ TEST(Transformer, ReferenceModelsMatchAnotherEngine) {
       }
       // The same winner wherever the reference's lead is wider than the engines' disagreement.
       const int best = static_cast<int>(std::max_element(logits.begin(), logits.end()) - logits.begin());
-      if (top[0][1].get<float>() - top[1][1].get<float>() > 0.02f) EXPECT_EQ(best, top[0][0].get<int>());
+      if (top[0][1].get<float>() - top[1][1].get<float>() > 0.02f) {
+        EXPECT_EQ(best, top[0][0].get<int>());
+      }
     }
   }
 }
