@@ -39,18 +39,5 @@ TEST(OwnModel, ALoadFailureMovesTheFacadeOnToTheNextModel) {
   EXPECT_EQ(ai.statusText(), "No local model \u2014 using built-in rules");
 }
 
-TEST(OwnModel, RequestsReachTheRuntimeWithTheirStop) {
-  const std::string path = modelFile("chat.gguf");
-  testing::writeRandomModel(path, testing::RandomModel{}, 2);
-  LocalModelRuntime runtime(LocalModelRuntime::Options{path, 2048});
-  OwnModel own(runtime, [] { return true; });
-  std::stop_source stopped;
-  stopped.request_stop();
-  EXPECT_EQ(own.generate("s", "u", 8, {}, stopped.get_token()), std::nullopt);
-  EXPECT_EQ(runtime.lastRun(), std::nullopt);  // stopped before the model ran
-  EXPECT_EQ(own.generate("s", "u", 8, {}, {}), runtime.generate("s", "u", 8));
-  EXPECT_GT(runtime.lastRun()->generatedTokens, 0);
-}
-
 }  // namespace
 }  // namespace skimlet
