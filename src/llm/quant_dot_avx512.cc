@@ -8,6 +8,8 @@
 
 #include <immintrin.h>
 
+#include <cstring>
+
 #include "llm/dequant.h"
 
 // GCC 12's AVX-512 headers trip this warning on their own undefined-value helpers.
@@ -47,9 +49,23 @@ void dotQ8_0(const uint8_t* w, const QuantizedRows& x, int t0, int nt, float* ou
   }
 }
 
+// Both scales of a block, d and dmin (or d alone), as floats in one conversion.
+inline __m128 halves(const uint8_t* p, int count) {
+  uint32_t v = 0;
+  std::memcpy(&v, p, count * 2);
+  return _mm_cvtph_ps(_mm_cvtsi32_si128(static_cast<int>(v)));
+}
+
 void dotQ4K(const uint8_t* w, const QuantizedRows& x, int t0, int nt, float* out) {
   const int64_t nb = x.cols / 256;
-  const __m256i low4 = _mm256_set1_epi8(0x0F);
+  const __m512i low4 = _mm512_set1_epi8(0x0F);
+  // Step p covers sub-blocks 2p and 2p + 1: word lanes 0-15 take scale 2p, lanes 16-31 scale 2p + 1.
+  __m512i scaleIndex[4];
+  for (int p = 0; p < 4; ++p) {
+    alignas(64) int16_t idx[32];
+    for (int l = 0; l < 32; ++l) idx[l] = static_cast<int16_t>(2 * p + l / 16);
+    scaleIndex[p] = _mm512_load_si512(idx);
+  }
   __m512 acc[kDotTile];
   __m256 accMin[kDotTile];
   for (int i = 0; i < nt; ++i) {
@@ -58,18 +74,21 @@ void dotQ4K(const uint8_t* w, const QuantizedRows& x, int t0, int nt, float* out
   }
   for (int64_t b = 0; b < nb; ++b) {
     const uint8_t* blk = w + b * 144;
-    const float d = readHalf(blk), dmin = readHalf(blk + 2);
-    uint32_t u[4];
+    const __m128 dm = halves(blk, 2);
+    const float d = _mm_cvtss_f32(dm), dmin = _mm_cvtss_f32(_mm_movehdup_ps(dm));
+    alignas(16) uint32_t u[4];
     q4KScalesMins(blk + 4, u);
-    const uint8_t* sc = reinterpret_cast<const uint8_t*>(u);
-    const __m128i mins = _mm_cvtepu8_epi16(_mm_set_epi32(0, 0, static_cast<int>(u[3]), static_cast<int>(u[2])));
-    const __m256i minsPaired = _mm256_set_m128i(_mm_unpackhi_epi16(mins, mins), _mm_unpacklo_epi16(mins, mins));
-    // Step p holds sub-blocks 2p (low nibbles) and 2p + 1 (high nibbles): 64 consecutive values.
+    const __m128i packed = _mm_load_si128(reinterpret_cast<const __m128i*>(u));
+    const __m512i scales = _mm512_castsi128_si512(_mm_cvtepu8_epi16(packed));
+    // Each minimum covers two runs of 16 activation sums.
+    const __m256i minsPaired = _mm256_cvtepu8_epi16(_mm_unpackhi_epi8(packed, packed));
+    // The 32 bytes of a step go to both halves of a register; the upper half takes the high
+    // nibbles, so 64 consecutive values line up with one 64-byte activation load.
     __m512i wq[4], ws[4];
     for (int p = 0; p < 4; ++p) {
-      const __m256i q = load256(blk + 16 + 32 * p);
-      wq[p] = join(_mm256_and_si256(q, low4), _mm256_and_si256(_mm256_srli_epi16(q, 4), low4));
-      ws[p] = join(_mm256_set1_epi16(sc[2 * p]), _mm256_set1_epi16(sc[2 * p + 1]));
+      const __m512i q = _mm512_broadcast_i64x4(load256(blk + 16 + 32 * p));
+      wq[p] = _mm512_and_si512(_mm512_mask_srli_epi16(q, 0xFFFF0000u, q, 4), low4);
+      ws[p] = _mm512_permutexvar_epi16(scaleIndex[p], scales);
     }
     for (int i = 0; i < nt; ++i) {
       const int8_t* q8 = x.rowQ(t0 + i) + 256 * b;
@@ -99,7 +118,7 @@ void dotQ6K(const uint8_t* w, const QuantizedRows& x, int t0, int nt, float* out
   for (int i = 0; i < nt; ++i) acc[i] = _mm512_setzero_ps();
   for (int64_t b = 0; b < nb; ++b) {
     const uint8_t* blk = w + b * 210;
-    const float d = readHalf(blk + 208);
+    const float d = _mm_cvtss_f32(halves(blk + 208, 1));
     const __m256i scales = _mm256_cvtepi8_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i*>(blk + 192)));
     const __m512i scales512 = _mm512_castsi256_si512(scales);
     // Stored biased by 32 (0..63) as maddubs needs; the bias comes off through the activation sums.
