@@ -11,6 +11,8 @@
 
 #include "backends/chromium/live_session.h"
 #include "backends/memory/backend.h"
+#include "engine/action_engine.h"
+#include "engine/understand.h"
 #include "page/crawler.h"
 #include "platform/system_clock.h"
 #include "support/paths.h"
@@ -38,10 +40,14 @@ class LiveTest : public ::testing::Test {
   static chromium::LiveBrowser& browser() { return session_->browser(); }
   static ax::Api& ax() { return session_->ax(); }
 
-  // Opens a page in the active tab, leaving only that tab open.
-  void load(const std::string& page) {
+  // Opens a page in the active tab, leaving only that tab open and no history to go back to,
+  // as a freshly opened browser (and so a recording) shows it.
+  void load(const std::string& page) { loadURL(site(page)); }
+  void loadURL(const std::string& url) {
     while (browser().tabs().size() > 1) browser().closeActiveTab();
-    browser().navigate(site(page));
+    browser().navigate(url);
+    browser().tabCall("Page.resetNavigationHistory");
+    browser().changed(false);
     session_->clearEvents();
   }
   nlohmann::json js(const std::string& expression) { return browser().evaluate(expression); }
@@ -82,8 +88,50 @@ class LiveTest : public ::testing::Test {
     return v;
   }
 
+  // A typed command run the way the palette runs it on Return: understood by the rules (then
+  // the fallback; no model here), carried out by a fresh engine on the live browser. The engine
+  // stays alive until the next command, so confirmations and choices can still be followed up.
+  Outcome command(const std::string& typed) {
+    const LocalAI ai(nullptr, nullptr);
+    auto understood = understand(typed, ai);
+    if (!understood) return ActionResult::failure("blank command");
+    engine_ = ActionEngine::create(*session_->target(), session_->platform(), ai);
+    Outcome outcome = engine_->run(understood->intent);
+    session_->runLoop().runPending();
+    return outcome;
+  }
+  // The same, for commands that must answer a finished result.
+  ActionResult result(const std::string& typed) {
+    Outcome outcome = command(typed);
+    if (const ActionResult* r = outcome.result()) return *r;
+    ADD_FAILURE() << "“" << typed << "” asked a question instead of answering";
+    return ActionResult::failure("not a result");
+  }
+  // Every text an outcome shows the user, "Why?" lines included, one per line.
+  static std::string shownText(const Outcome& outcome) {
+    std::string all;
+    auto add = [&](const std::string& s) { all += s + "\n"; };
+    if (const ActionResult* r = outcome.result()) {
+      add(r->headline);
+      if (r->body) add(*r->body);
+      if (r->copyText) add(*r->copyText);
+      for (const auto& i : r->items) add(i.text);
+      for (const auto& d : r->debug) add(d);
+    } else if (const Confirmation* c = outcome.confirm()) {
+      add(c->title);
+      add(c->message);
+      add(c->confirmLabel);
+      for (const auto& d : c->debug) add(d);
+    } else if (const ChoiceSet* set = outcome.choose()) {
+      add(set->prompt);
+      for (const auto& o : set->options) add(o.title + " — " + o.subtitle);
+    }
+    return all;
+  }
+
   static inline std::unique_ptr<memory::MemorySettings> settings_;
   static inline std::unique_ptr<chromium::LiveSession> session_;
+  std::shared_ptr<ActionEngine> engine_;
 };
 
 }  // namespace skimlet::testing

@@ -22,6 +22,7 @@ class HttpServer {
     // Send the body in pieces of this many bytes with a pause between them (0: all at once).
     size_t chunk = 0;
     int pauseMs = 0;
+    std::string contentType = "application/octet-stream";
   };
 
   // Listens on an ephemeral port of 127.0.0.1 and serves from a thread of its own.
