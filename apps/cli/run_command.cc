@@ -1,9 +1,11 @@
-// skimlet run --fixture FILE [--json] [--confirm] [--pick N] [--profile KEY=VALUE]... COMMAND
+// skimlet run --fixture FILE [--json] [--confirm] [--pick N] [--profile KEY=VALUE]...
+//             [--model FILE | --no-model] COMMAND
 //
 // One command against a recorded page, as the palette runs it on Return: understood by the
-// rules, then the local model, then the fallback; carried out by a fresh engine; and followed
-// up with --confirm and --pick as its outcomes ask. Prints the outcomes and what was done to the
-// page, readably or as the JSON object scripts rely on.
+// rules, then the local model (the installed one, the file given, or none), then the fallback;
+// carried out by a fresh engine; and followed up with --confirm and --pick as its outcomes ask.
+// Prints the outcomes and what was done to the page, readably or as the JSON object scripts rely
+// on.
 #include <unistd.h>
 
 #include <deque>
@@ -15,6 +17,7 @@
 #include "engine/profile.h"
 #include "engine/understand.h"
 #include "fixture_session.h"
+#include "model_choice.h"
 #include "outcome_json.h"
 #include "outcome_text.h"
 #include "platform/json_settings.h"
@@ -25,7 +28,8 @@ namespace {
 int runCommand(const Args& args);
 
 const Command kRun{"run",
-                   "run --fixture FILE [--json] [--confirm] [--pick N] [--profile KEY=VALUE]... COMMAND",
+                   std::string("run --fixture FILE [--json] [--confirm] [--pick N] [--profile KEY=VALUE]... ") +
+                       modelUsage + " COMMAND",
                    "Runs a command on a recorded page and shows what it did (exit status 1 when it failed).",
                    runCommand};
 
@@ -35,12 +39,14 @@ struct RunOptions {
   int confirms = 0;        // how many confirmations to accept
   std::deque<int> picks;   // the options to pick, in order, counting from 1
   std::vector<std::pair<ProfileField, std::string>> profile;
+  ModelChoice model;
   std::string command;
 };
 
 // Empty when the arguments are fine, else what is wrong with them.
 std::string parseOptions(const Args& args, RunOptions& o) {
   bool optionsDone = false;
+  std::string problem;
   for (std::size_t i = 0; i < args.size(); ++i) {
     const std::string& a = args[i];
     auto next = [&]() -> const std::string* { return i + 1 < args.size() ? &args[++i] : nullptr; };
@@ -50,6 +56,8 @@ std::string parseOptions(const Args& args, RunOptions& o) {
       o.command += (o.command.empty() ? "" : " ") + a;
     } else if (a == "--") {
       optionsDone = true;
+    } else if (takeModelOption(args, i, o.model, problem)) {
+      if (!problem.empty()) return problem;
     } else if (a == "--json") {
       o.json = true;
     } else if (a == "--confirm") {
@@ -85,11 +93,6 @@ std::string parseOptions(const Args& args, RunOptions& o) {
   if (o.command.empty()) return "no command given";
   return "";
 }
-
-// The models the command may consult. None yet: every command is understood by the rules or
-// the fallback, and flows keep their own choices. `--model FILE` and `--no-model` will choose
-// here, once the tool can load Skimlet's own model.
-LocalAI models() { return LocalAI(nullptr, nullptr); }
 
 // The saved profile, as the palette would use it, with this run's --profile values over it.
 void applyProfile(Settings& runSettings, const RunOptions& o) {
@@ -135,7 +138,8 @@ int runCommand(const Args& args) {
   }
   applyProfile(session->platform().settings, o);
 
-  const LocalAI ai = models();
+  Models models(o.model);
+  const LocalAI& ai = models.ai();
   auto understood = understand(o.command, ai);
   if (!understood) return usageError(kRun, "no command given");
 
@@ -162,6 +166,11 @@ int runCommand(const Args& args) {
       text.printEvents(std::cout, events);
     }
   }
+  // The model is loaded at its first request; a file that failed is worth saying once, since
+  // the run went on with the rules and extractive answers alone.
+  if (auto error = ai.lastError())
+    std::cerr << "skimlet run: note: the model " << models.modelPath() << " could not be loaded (" << *error
+              << "); went on without it\n";
   if (!problem.empty()) {
     std::cerr << "skimlet run: " << problem << "\n";
     return 1;

@@ -1,0 +1,159 @@
+// The tool's choice of model (--model FILE, --no-model, else the installed one) and the intent
+// evaluation built on it.
+#include "model_choice.h"
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <sstream>
+
+#include "engine/understand.h"
+#include "intent_eval.h"
+#include "support/stand_in_model.h"
+
+namespace skimlet::cli {
+namespace {
+
+const std::string kNoModel = "No local model \u2014 using built-in rules";
+
+std::string scratch(const std::string& name) {
+  const auto* info = ::testing::UnitTest::GetInstance()->current_test_info();
+  return ::testing::TempDir() + "skimlet-" + info->name() + "-" + name;
+}
+
+TEST(ModelOptions, TakeTheirValueAndRefuseContradictions) {
+  const Args args = {"--json", "--model", "m.gguf", "--no-model", "--model"};
+  ModelChoice choice;
+  std::string problem;
+  std::size_t i = 0;
+  EXPECT_FALSE(takeModelOption(args, i, choice, problem));
+  EXPECT_EQ(i, 0u);
+  EXPECT_EQ(choice.source, ModelChoice::Source::installed);
+
+  i = 1;
+  EXPECT_TRUE(takeModelOption(args, i, choice, problem));
+  EXPECT_EQ(i, 2u);  // past the file
+  EXPECT_EQ(choice.source, ModelChoice::Source::file);
+  EXPECT_EQ(choice.file, "m.gguf");
+  EXPECT_EQ(problem, "");
+
+  i = 3;
+  EXPECT_TRUE(takeModelOption(args, i, choice, problem));
+  EXPECT_EQ(problem, "--model and --no-model exclude each other");
+
+  ModelChoice fresh;
+  problem.clear();
+  i = 4;  // --model with nothing after it
+  EXPECT_TRUE(takeModelOption(args, i, fresh, problem));
+  EXPECT_EQ(problem, "--model needs a GGUF file");
+  EXPECT_EQ(fresh.source, ModelChoice::Source::installed);
+}
+
+// A file that is not a model never stops a command: the load error is recorded and reads as no
+// usable model, and commands are understood by the rules and the fallback.
+TEST(Models, ABrokenOrMissingFileIsTheLoadErrorAndCommandsGoOn) {
+  const std::string broken = scratch("broken.gguf");
+  std::ofstream(broken) << "GGUF but not really";
+  for (const std::string& file : {broken, scratch("missing.gguf")}) {
+    Models models(ModelChoice{ModelChoice::Source::file, file});
+    EXPECT_EQ(models.modelPath(), file);
+    const auto error = models.load();
+    ASSERT_TRUE(error) << file;
+    EXPECT_FALSE(error->empty());
+    EXPECT_EQ(models.ai().lastError(), error);
+    EXPECT_EQ(models.ai().statusText(), kNoModel);
+    EXPECT_FALSE(models.lastRun());
+    auto understood = understand("the refund rules, what are they exactly", models.ai());
+    ASSERT_TRUE(understood);
+    EXPECT_EQ(understood->stage, Understanding::Stage::fallback);
+    EXPECT_EQ(title(understood->intent), "Ask: the refund rules, what are they exactly");
+  }
+
+  Models none(ModelChoice{ModelChoice::Source::none, ""});
+  EXPECT_EQ(none.modelPath(), "");
+  EXPECT_FALSE(none.load());
+  EXPECT_EQ(none.ai().ownModel(), nullptr);
+  EXPECT_EQ(none.ai().statusText(), kNoModel);
+}
+
+TEST(IntentEval, ReadsCasesSkippingCommentsAndReportingMalformedLines) {
+  std::istringstream in(
+      "# command\texpected\n"
+      "go back\tGo back\n"
+      "\n"
+      "  \t \n"  // white space only is blank
+      "no tab here\n"
+      "\tReload\n"
+      "reload\t\n"
+      "a\tb\tc\n"
+      "  scroll down \t Scroll down\r\n");
+  std::vector<std::string> problems;
+  auto cases = readIntentCases(in, "t.tsv", problems);
+  ASSERT_EQ(cases.size(), 2u);
+  EXPECT_EQ(cases[0].line, 2);
+  EXPECT_EQ(cases[1].line, 9);
+  EXPECT_EQ(cases[1].command, "scroll down");
+  EXPECT_EQ(cases[1].expected, "Scroll down");
+  EXPECT_EQ(problems, (std::vector<std::string>{
+                          "t.tsv:5: no tab between the command and the expected intent title",
+                          "t.tsv:6: no command before the tab",
+                          "t.tsv:7: no expected intent title after the tab",
+                          "t.tsv:8: more than one tab; expected command<TAB>expected intent title",
+                      }));
+}
+
+TEST(IntentEval, WithoutAModelMissesAreShownAndTheModelShareSaysSo) {
+  const std::vector<IntentCase> cases = {
+      {1, "go back", "Go back"},
+      {2, "zorp", "Reload"},
+      {3, "I wonder if they ship to Canada", "Ask: I wonder if they ship to Canada"},
+  };
+  std::ostringstream out;
+  IntentTally t = evaluateIntents(cases, LocalAI(nullptr, nullptr), out);
+  EXPECT_EQ(out.str(),
+            "miss, line 2: zorp\n"
+            "  expected  Reload\n"
+            "  got       Find \u201czorp\u201d (fallback)\n"
+            "Understood by the rules 1, by the model 0, by the fallback 2\n"
+            "Right overall: 2 of 3 (66.7%)\n"
+            "Right among those that reached the model: no model (" + kNoModel + ")\n");
+  EXPECT_EQ(t.reachedModel, 0);
+}
+
+TEST(IntentEval, CountsWhatReachedTheModelAndItsTime) {
+  // Three commands reach the model: one answered right, one wrongly, one with nothing usable.
+  testing::StandInModel own({"back||0||", "reload||0||", "unknown||0||"});
+  const std::vector<IntentCase> cases = {
+      {1, "reload", "Reload"},  // the rules know it; the model is not asked
+      {2, "take me where I was", "Go back"},
+      {3, "new tab please now", "New tab"},
+      {4, "zorp", "Find \u201czorp\u201d"},
+  };
+  std::ostringstream out;
+  IntentTally t = evaluateIntents(cases, LocalAI(&own, nullptr), out);
+  EXPECT_EQ(own.requests().size(), 3u);
+  EXPECT_EQ(t.byRules, 1);
+  EXPECT_EQ(t.byModel, 2);
+  EXPECT_EQ(t.byFallback, 1);
+  EXPECT_EQ(t.reachedModel, 3);
+  EXPECT_EQ(t.rightAfterModel, 2);
+  const std::string text = out.str();
+  EXPECT_NE(text.find("miss, line 3: new tab please now\n  expected  New tab\n  got       Reload (model)\n"),
+            std::string::npos)
+      << text;
+  EXPECT_NE(text.find("Right overall: 3 of 4 (75.0%)\n"), std::string::npos) << text;
+  EXPECT_NE(text.find("Right among those that reached the model: 2 of 3 (66.7%)\n"), std::string::npos) << text;
+  EXPECT_NE(text.find("Mean time per model call: "), std::string::npos) << text;
+  EXPECT_NE(text.find(" over 3 calls\n"), std::string::npos) << text;
+
+  // A miss after the model said nothing usable says so.
+  testing::StandInModel silent({std::nullopt});
+  std::ostringstream out2;
+  evaluateIntents({{7, "zorp", "Reload"}}, LocalAI(&silent, nullptr), out2);
+  EXPECT_NE(out2.str().find("got       Find \u201czorp\u201d (fallback, the model gave nothing usable)"),
+            std::string::npos)
+      << out2.str();
+}
+
+}  // namespace
+}  // namespace skimlet::cli
