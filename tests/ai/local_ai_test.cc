@@ -178,5 +178,21 @@ TEST(LocalAISummarize, AStoppedRequestStreamsNothingMore) {
   }
 }
 
+// A command given up on while the own model thinks gets no second opinion: the system model
+// would only answer a question nobody is waiting for.
+TEST(LocalAI, AStoppedRequestIsNotPassedOnToTheSystemModel) {
+  StandInSystemModel system;
+  system.intentReply = LLMIntent{"back", "", 0, "", ""};
+  system.choiceReply = LLMChoice{0};
+  std::stop_source source;
+  StandInModel own({std::nullopt, std::nullopt});
+  own.onRequest = [&](std::stop_token) { source.request_stop(); };
+  LocalAI ai(&own, &system);
+  EXPECT_FALSE(ai.parseIntent("take me home", source.get_token()));
+  EXPECT_FALSE(ai.choose("sign in", {"Sign in", "Sign up"}, source.get_token()));
+  EXPECT_EQ(own.requests().size(), 2u);
+  EXPECT_EQ(system.calls, 0);
+}
+
 }  // namespace
 }  // namespace skimlet
