@@ -56,6 +56,18 @@ inline __m128 halves(const uint8_t* p, int count) {
   return _mm_cvtph_ps(_mm_cvtsi32_si128(static_cast<int>(v)));
 }
 
+// q4KScalesMins in one register: bytes 0-7 the scales, 8-15 the minimums. Kept in registers,
+// since four scalar stores read back as one vector would miss store forwarding.
+inline __m128i q4KScalesMinsVec(const uint8_t* s) {
+  // Reads four bytes past them (still inside the block); that word is never used.
+  const __m128i w = _mm_loadu_si128(reinterpret_cast<const __m128i*>(s));
+  const __m128i lowSix = _mm_srlv_epi32(_mm_shuffle_epi32(w, _MM_SHUFFLE(2, 1, 2, 0)), _mm_set_epi32(4, 0, 0, 0));
+  const __m128i low = _mm_and_si128(lowSix, _mm_set_epi32(0x0F0F0F0F, 0x3F3F3F3F, 0x0F0F0F0F, 0x3F3F3F3F));
+  const __m128i high = _mm_and_si128(_mm_srli_epi32(_mm_shuffle_epi32(w, _MM_SHUFFLE(1, 1, 0, 0)), 2),
+                                     _mm_set_epi32(0x30303030, 0, 0x30303030, 0));
+  return _mm_or_si128(low, high);
+}
+
 void dotQ4K(const uint8_t* w, const QuantizedRows& x, int t0, int nt, float* out) {
   const int64_t nb = x.cols / 256;
   const __m512i low4 = _mm512_set1_epi8(0x0F);
@@ -76,9 +88,7 @@ void dotQ4K(const uint8_t* w, const QuantizedRows& x, int t0, int nt, float* out
     const uint8_t* blk = w + b * 144;
     const __m128 dm = halves(blk, 2);
     const float d = _mm_cvtss_f32(dm), dmin = _mm_cvtss_f32(_mm_movehdup_ps(dm));
-    alignas(16) uint32_t u[4];
-    q4KScalesMins(blk + 4, u);
-    const __m128i packed = _mm_load_si128(reinterpret_cast<const __m128i*>(u));
+    const __m128i packed = q4KScalesMinsVec(blk + 4);
     const __m512i scales = _mm512_castsi128_si512(_mm_cvtepu8_epi16(packed));
     // Each minimum covers two runs of 16 activation sums.
     const __m256i minsPaired = _mm256_cvtepu8_epi16(_mm_unpackhi_epi8(packed, packed));

@@ -18,9 +18,9 @@ inline void cpuRelax() {
 #endif
 }
 
-// Generation runs hundreds of short products per token; a worker that just finished spins
+// Generation runs a few hundred short products per token; a worker that just finished spins
 // this long for the next one before it sleeps, which saves a wake-up each time.
-constexpr auto kSpin = std::chrono::microseconds(200);
+constexpr auto kSpin = std::chrono::microseconds(500);
 
 }  // namespace
 
@@ -34,37 +34,43 @@ ThreadPool::ThreadPool(int threads) {
 }
 
 ThreadPool::~ThreadPool() {
-  {
-    std::lock_guard lock(mutex_);
-    stop_ = true;
-    generation_.fetch_add(1);
-  }
-  wake_.notify_all();
+  stop_.store(true);
+  round_.fetch_add(1);
+  round_.notify_all();
   for (auto& t : workers_) t.join();
 }
 
-void ThreadPool::runTasks() {
+void ThreadPool::claimTasks(uint32_t round) {
+  uint64_t s = state_.load(std::memory_order_acquire);
   for (;;) {
-    int64_t i = next_.fetch_add(1, std::memory_order_relaxed);
-    if (i >= count_) break;
-    (*task_)(i);
+    if (static_cast<uint32_t>(s >> 32) != round) return;
+    // Read before the claim: if the round moved on meanwhile, the claim below fails.
+    const auto* task = task_.load(std::memory_order_relaxed);
+    const int64_t i = static_cast<int64_t>(s & 0xFFFFFFFFu);
+    if (i >= count_.load(std::memory_order_relaxed)) return;
+    if (!state_.compare_exchange_weak(s, s + 1, std::memory_order_acq_rel, std::memory_order_acquire)) continue;
+    (*task)(i);
+    done_.fetch_add(1, std::memory_order_release);
+    s = state_.load(std::memory_order_acquire);
   }
 }
 
 void ThreadPool::workerLoop() {
-  uint64_t seen = 0;
+  uint32_t seen = 0;
   for (;;) {
     auto until = std::chrono::steady_clock::now() + kSpin;
-    while (generation_.load(std::memory_order_acquire) == seen && std::chrono::steady_clock::now() < until)
-      for (int k = 0; k < 64; ++k) cpuRelax();
-    {
-      std::unique_lock lock(mutex_);
-      wake_.wait(lock, [&] { return generation_.load() != seen; });
-      seen = generation_.load();
-      if (stop_) return;
+    uint32_t round;
+    while ((round = round_.load(std::memory_order_acquire)) == seen) {
+      for (int k = 0; k < 32; ++k) cpuRelax();
+      if (std::chrono::steady_clock::now() < until) continue;
+      sleepers_.fetch_add(1);
+      round_.wait(seen);
+      sleepers_.fetch_sub(1);
+      until = std::chrono::steady_clock::now() + kSpin;
     }
-    runTasks();
-    busy_.fetch_sub(1, std::memory_order_acq_rel);
+    if (stop_.load()) return;
+    seen = round;
+    claimTasks(round);
   }
 }
 
@@ -75,17 +81,23 @@ void ThreadPool::parallelFor(int64_t count, const std::function<void(int64_t)>& 
     return;
   }
   std::lock_guard call(callMutex_);
-  {
-    std::lock_guard lock(mutex_);
-    task_ = &task;
-    count_ = count;
-    next_.store(0, std::memory_order_relaxed);
-    busy_.store(static_cast<int>(workers_.size()), std::memory_order_relaxed);
-    generation_.fetch_add(1, std::memory_order_release);
+  const uint32_t round = round_.load(std::memory_order_relaxed) + 1;
+  task_.store(&task, std::memory_order_relaxed);
+  count_.store(count, std::memory_order_relaxed);
+  done_.store(0, std::memory_order_relaxed);
+  state_.store(static_cast<uint64_t>(round) << 32, std::memory_order_release);
+  round_.store(round);
+  if (sleepers_.load() > 0) round_.notify_all();
+  claimTasks(round);
+  // Only a task a worker has already claimed can be outstanding here; if that worker lost its
+  // core, give it back rather than spin against it.
+  for (int spins = 0; done_.load(std::memory_order_acquire) != count; ++spins) {
+    if (spins < 4096) {
+      cpuRelax();
+    } else {
+      std::this_thread::yield();
+    }
   }
-  wake_.notify_all();
-  runTasks();
-  while (busy_.load(std::memory_order_acquire) != 0) cpuRelax();
 }
 
 }  // namespace skimlet

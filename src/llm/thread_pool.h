@@ -2,7 +2,6 @@
 #pragma once
 
 #include <atomic>
-#include <condition_variable>
 #include <cstdint>
 #include <functional>
 #include <mutex>
@@ -28,18 +27,20 @@ class ThreadPool {
 
  private:
   void workerLoop();
-  void runTasks();
+  void claimTasks(uint32_t round);
 
   std::vector<std::thread> workers_;
-  std::mutex mutex_;
-  std::condition_variable wake_;
   std::mutex callMutex_;  // one parallelFor at a time
-  const std::function<void(int64_t)>* task_ = nullptr;
-  int64_t count_ = 0;
-  std::atomic<int64_t> next_{0};
-  std::atomic<int> busy_{0};
-  std::atomic<uint64_t> generation_{0};
-  bool stop_ = false;
+  // Round number (high 32 bits) and next unclaimed task (low 32 bits): a task is claimed only
+  // while its round is current, so a worker that wakes late can never run a finished round's
+  // task, and nobody waits for a worker that hasn't woken.
+  std::atomic<uint64_t> state_{0};
+  std::atomic<const std::function<void(int64_t)>*> task_{nullptr};
+  std::atomic<int64_t> count_{0};
+  std::atomic<int64_t> done_{0};
+  std::atomic<uint32_t> round_{0};  // what sleeping workers wait on
+  std::atomic<int> sleepers_{0};
+  std::atomic<bool> stop_{false};
 };
 
 }  // namespace skimlet
