@@ -21,61 +21,19 @@
 
 #include <sys/resource.h>
 
-#include "llm/ggml_type.h"
 #include "llm/local_model_runtime.h"
 #include "llm/thread_pool.h"
 #include "llm/transformer.h"
-#include "support/gguf_writer.h"
+#include "qwen_shapes_model.h"
 
 namespace skimlet {
 namespace {
-
-namespace fs = std::filesystem;
 
 constexpr int kPromptTokens = 256;
 constexpr int kGeneratedTokens = 64;
 constexpr int kSystemTokens = 200;
 
-testing::RandomModel qwenShapes() {
-  testing::RandomModel m;
-  m.arch = "qwen2";
-  m.layers = 28;
-  m.embd = 1536;
-  m.ff = 8960;
-  m.heads = 12;
-  m.kvHeads = 2;
-  m.headDim = 128;
-  m.vocab = 151936;
-  m.biases = true;
-  m.tiedOutput = true;
-  m.contextLength = 32768;
-  m.weightScale = 0.02f;
-  m.typeOf = [n = m.layers](const std::string& role, int layer) {
-    using namespace GGMLType;
-    // The layers that the Q4_K_M recipe gives more bits: the first and last eighth, and every
-    // third one between.
-    const bool moreBits = layer < n / 8 || layer >= 7 * n / 8 || (layer - n / 8) % 3 == 2;
-    if (role == "token_embd" || role == "output") return q6K;
-    if (role == "attn_v" || role == "ffn_down") return moreBits ? q6K : q4K;
-    return q4K;
-  };
-  return m;
-}
-
-const std::string& modelPath() {
-  static const std::string path = [] {
-    const fs::path p = fs::temp_directory_path() / "skimlet-bench-qwen2.5-1.5b-shapes-q4km.gguf";
-    if (!fs::exists(p)) {
-      std::fprintf(stderr, "Writing a random model of Qwen2.5 1.5B shapes to %s ...\n", p.c_str());
-      // Written aside and renamed, so an interrupted run never leaves half a model to reuse.
-      const fs::path part = p.string() + ".part";
-      testing::writeRandomModel(part.string(), qwenShapes(), 42);
-      fs::rename(part, p);
-    }
-    return p.string();
-  }();
-  return path;
-}
+const std::string& modelPath() { return bench::qwenShapesModelPath(); }
 
 // Dropped before the runtime loads its own copy, so the two mappings never add up in memory.
 std::unique_ptr<Transformer>& loadedModel() {

@@ -10,7 +10,7 @@ namespace skimlet {
 
 // Activation rows one weight row is multiplied with at a time; the unpacked weight block is
 // reused across them while it sits in registers.
-inline constexpr int kDotTile = 4;
+inline constexpr int kDotTile = 8;
 
 // out[i] = row w · activation row t0 + i, for i < nt (nt <= kDotTile).
 using RowDot = void (*)(const uint8_t* w, const QuantizedRows& x, int t0, int nt, float* out);
