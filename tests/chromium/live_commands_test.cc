@@ -106,6 +106,10 @@ TEST_F(LiveCommands, SignInClicksAndTypesIntoNamedAndFocusedFields) {
   EXPECT_EQ(result("click the Sign in button").headline, "Clicked **Sign in**");
   EXPECT_EQ(js("window.clicks.join(',')"), "submit,submit");
   EXPECT_EQ(text("status"), "Submitted as you@example.org");
+  // Tab walks on from the field just filled.
+  result("type 555 1234 into the phone field");
+  EXPECT_EQ(result("press tab").headline, "Pressed **Tab**");
+  EXPECT_EQ(focusedId(), "password");
 
   // With nothing focused and no field named, nothing is typed anywhere.
   load("signin.html");
@@ -258,6 +262,10 @@ TEST_F(LiveCommands, ArticleScrollFindListReadCopyAskAndSummarize) {
   EXPECT_THAT(*summary.body, StartsWith("**The Quiet Harbour**\n• "));
   EXPECT_THAT(summary.debug, Contains("Extractive summary (no local model answered)"));
   EXPECT_EQ(scrollY(), 0) << "reading the page does not move it";
+
+  // A link inside the text is followed to its place on the other page.
+  EXPECT_EQ(result("open the boats link").headline, "Clicked **the boats**");
+  EXPECT_EQ(location(), site("links.html#boats"));
 }
 
 TEST_F(LiveCommands, LinksOpenInNewTabsAndByName) {
