@@ -230,7 +230,12 @@ std::vector<float> Transformer::forward(std::span<const int> tokens, int start) 
     rmsNorm(x.data(), L.ffnNorm, n, nEmbd, eps, h.data());
     const MatmulJob gateUp[] = {{h.data(), &L.wg, g.data()}, {h.data(), &L.wu, u.data()}};
     matmulAll(gateUp, n);
-    for (size_t i = 0; i < n * F; ++i) g[i] = g[i] / (1.0f + std::exp(-g[i])) * u[i];
+    // Thousands of exponentials per token: shared out rather than left to one core.
+    constexpr size_t kGateChunk = 2048;
+    ThreadPool::shared().parallelFor(static_cast<int64_t>((n * F + kGateChunk - 1) / kGateChunk), [&](int64_t c) {
+      const size_t end = std::min(n * F, static_cast<size_t>(c + 1) * kGateChunk);
+      for (size_t i = static_cast<size_t>(c) * kGateChunk; i < end; ++i) g[i] = g[i] / (1.0f + std::exp(-g[i])) * u[i];
+    });
     matmul(g.data(), n, L.wd, tmp.data());
     addRows(x.data(), tmp.data(), n * E);
   }

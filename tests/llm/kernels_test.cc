@@ -210,6 +210,14 @@ TEST(QuantizedProduct, ActivationQuantizationKeepsSums) {
   EXPECT_EQ(q.d.size(), 2u);
   EXPECT_NEAR(q.d[1], 100 * q.d[0], 1e-3 * q.d[1]);
   for (int i = 0; i < 512; ++i) EXPECT_NEAR(q.q[i] * q.d[i / 256], x[i], q.d[i / 256] * 0.5001);
+  // Halves round to the even neighbour, as nearbyint does.
+  std::vector<float> ties(256, 0.0f);
+  ties[0] = 127;
+  for (int i = 1; i < 8; ++i) ties[i] = (i % 2 ? 1 : -1) * (i + 0.5f);
+  QuantizedRows t;
+  quantizeRows(ties.data(), 1, 256, 256, t);
+  ASSERT_EQ(t.d[0], 1.0f);
+  for (int i = 0; i < 8; ++i) EXPECT_EQ(t.q[i], static_cast<int8_t>(std::nearbyint(ties[i]))) << ties[i];
   for (int g = 0; g < 32; ++g) {
     int s = 0;
     for (int i = 0; i < 16; ++i) s += q.q[16 * g + i];
