@@ -56,6 +56,15 @@ TEST(LocalModelPath, ACommandTheRulesMissReachesTheRealEngineAndComesBackSane) {
       std::find(r.debug.begin(), r.debug.end(), "Extractive answer (no local model answered)") != r.debug.end();
   EXPECT_TRUE(onDevice != extractive);
   EXPECT_LE(models.lastRun()->generatedTokens, 220);
+
+  // So does a summary; whatever the model wrote, or failed to write, the user gets one.
+  r = page.run(intents::Summarize{});
+  EXPECT_TRUE(r.body && !r.body->empty());
+  ASSERT_FALSE(r.debug.empty());
+  EXPECT_TRUE(r.debug.back().starts_with("Summarized on-device from ") ||
+              r.debug.back() == "Extractive summary (no local model answered)")
+      << r.debug.back();
+  EXPECT_LE(models.lastRun()->generatedTokens, 260);
 }
 
 }  // namespace
