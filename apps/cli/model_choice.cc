@@ -13,7 +13,8 @@ bool takeModelOption(const Args& args, std::size_t& i, ModelChoice& choice, std:
     return true;
   }
   if (a != "--model") return false;
-  if (i + 1 >= args.size() || args[i + 1].empty()) {
+  // "--model --json" is a forgotten file, not a model named "--json".
+  if (i + 1 >= args.size() || args[i + 1].empty() || args[i + 1].starts_with("--")) {
     problem = "--model needs a GGUF file";
     return true;
   }

@@ -22,7 +22,7 @@ std::string scratch(const std::string& name) {
 }
 
 TEST(ModelOptions, TakeTheirValueAndRefuseContradictions) {
-  const Args args = {"--json", "--model", "m.gguf", "--no-model", "--model"};
+  const Args args = {"--json", "--model", "m.gguf", "--no-model", "--model", "--json"};
   ModelChoice choice;
   std::string problem;
   std::size_t i = 0;
@@ -43,7 +43,7 @@ TEST(ModelOptions, TakeTheirValueAndRefuseContradictions) {
 
   ModelChoice fresh;
   problem.clear();
-  i = 4;  // --model with nothing after it
+  i = 4;  // --model with no file after it
   EXPECT_TRUE(takeModelOption(args, i, fresh, problem));
   EXPECT_EQ(problem, "--model needs a GGUF file");
   EXPECT_EQ(fresh.source, ModelChoice::Source::installed);
