@@ -384,7 +384,9 @@ void LiveBrowser::changed(bool settle) {
   std::string id = tab->targetId;
   cache_[id].valid = false;
   if (!settle) return;
-  int before = tab->loadsStarted;
+  // On a busy machine the start of the load may come with the effect's own answer and so have
+  // been seen already: a load still under way counts as started by the effect.
+  int before = tab->loadsStopped < tab->loadsStarted ? tab->loadsStarted - 1 : tab->loadsStarted;
   size_t tabCount = tabs_.size();
   // A click's navigation is requested asynchronously; give it a moment to show up.
   double deadline = now() + 0.06;
