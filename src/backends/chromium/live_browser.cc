@@ -13,13 +13,20 @@ double now() {
   return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
 }
 
-// Counts the page's own changes (DOM mutations, focus moves, input, scrolling) so that a cached
-// tree can be trusted until the count moves. Changes to Skimlet's own overlay do not count.
+// Counts the page's own changes so that a cached tree can be trusted until a count moves. Changes
+// that may move or alter anything (DOM mutations, input, resizing, a box scrolling inside the
+// page, resources and animations finishing) count in one counter; focus moves in another, since
+// only the focused node changes with them; scrolling the page itself moves every frame by the
+// same amount and shows in the scroll offsets. A document gets its own token, so that a new
+// document never passes for the old one. Changes to Skimlet's own overlay do not count.
 constexpr const char* kChangeCounter = R"JS((() => {
   if (window.__skimletChanges !== undefined) return;
-  let n = 0;
+  let n = 0, focus = 0;
+  const token = Math.random().toString(36).slice(2);
   const bump = () => { n++; };
   Object.defineProperty(window, '__skimletChanges', {get: () => n, configurable: true});
+  Object.defineProperty(window, '__skimletFocusChanges', {get: () => focus, configurable: true});
+  Object.defineProperty(window, '__skimletDocument', {get: () => token, configurable: true});
   const own = (node) => node.nodeType === 1 && node.hasAttribute('data-skimlet-overlay');
   new MutationObserver((records) => {
     for (const r of records) {
@@ -29,8 +36,46 @@ constexpr const char* kChangeCounter = R"JS((() => {
       return;
     }
   }).observe(document, {subtree: true, childList: true, attributes: true, characterData: true});
-  for (const type of ['focusin', 'focusout', 'input', 'change', 'scroll', 'resize'])
+  for (const type of ['input', 'change', 'resize', 'load', 'error', 'transitionend', 'animationend'])
     addEventListener(type, bump, {capture: true, passive: true});
+  for (const type of ['focusin', 'focusout'])
+    addEventListener(type, () => { focus++; }, {capture: true, passive: true});
+  addEventListener('scroll', (e) => { if (e.target !== document) n++; }, {capture: true, passive: true});
+})())JS";
+
+// The page's state as far as a cached tree depends on it: document token, change counts, URL,
+// scroll offsets, viewport size, and the style rules that pointer and focus states bring into
+// play (a menu shown by :hover changes the page without any of the counts moving). Where rules
+// cannot be read (another origin's style sheet), the element under the pointer stands in.
+constexpr const char* kGeneration = R"JS((() => {
+  const live = [];
+  let unreadable = false;
+  const visit = (rules) => {
+    for (const r of rules) {
+      const s = r.selectorText;
+      if (s && /:(hover|focus|target)/.test(s)) {
+        try {
+          if (document.querySelector(s)) live.push(s);
+        } catch (e) {
+          unreadable = true;
+        }
+      }
+      if (r.cssRules) visit(r.cssRules);
+    }
+  };
+  for (const sheet of document.styleSheets) {
+    try { visit(sheet.cssRules); } catch (e) { unreadable = true; }
+  }
+  if (unreadable) {
+    const hovered = document.querySelectorAll(':hover');
+    const last = hovered[hovered.length - 1];
+    if (last) {
+      if (last.__skimletId === undefined) last.__skimletId = (window.__skimletIds = (window.__skimletIds || 0) + 1);
+      live.push('#' + last.__skimletId);
+    }
+  }
+  return [window.__skimletDocument ?? '', window.__skimletChanges ?? -1, window.__skimletFocusChanges ?? -1,
+          innerWidth, innerHeight, live.join('\n'), location.href, scrollX, scrollY];
 })())JS";
 
 // The element that has focus, looked for inside shadow roots; null while the page itself has it.
@@ -57,8 +102,18 @@ const std::string& nodeIdOf(const Json& n) {
   return it != n.end() && it->is_string() ? it->get_ref<const std::string&>() : none;
 }
 
-constexpr const char* kGeneration =
-    "(window.__skimletChanges ?? -1) + '|' + location.href + '|' + scrollX + '|' + scrollY + '|' + innerWidth + '|' + innerHeight";
+// Positions in the generation list.
+enum Generation { kToken, kChanges, kFocus, kWidth, kHeight, kStates, kHref, kScrollX, kScrollY, kFields };
+
+std::string withoutFragment(const std::string& url) { return url.substr(0, url.find('#')); }
+
+// Main-frame events that say a new document took the page's place or its viewport changed.
+// Loading alone says nothing (a link within the document starts and stops a load too); what
+// changed in place shows in the page's own counts.
+bool replacesPage(const std::string& method) {
+  return method == "Page.frameNavigated" || method == "Page.documentOpened" || method == "Page.frameResized" ||
+         method == "Page.domContentEventFired" || method == "Page.loadEventFired";
+}
 
 }  // namespace
 
@@ -170,7 +225,7 @@ void LiveBrowser::pump() {
         }
         continue;
       }
-      if (tab->url != info.value("url", "")) cache_[id].valid = false;
+      if (withoutFragment(tab->url) != withoutFragment(info.value("url", ""))) cache_[id].valid = false;
       tab->url = info.value("url", "");
       tab->title = info.value("title", "");
     } else if (e.method == "Target.targetDestroyed" || e.method == "Target.detachedFromTarget") {
@@ -190,7 +245,8 @@ void LiveBrowser::pump() {
       bool mainFrame = frame.empty() || frame == tab->targetId;
       if (e.method == "Page.frameStartedLoading" && mainFrame) tab->loadsStarted++;
       else if (e.method == "Page.frameStoppedLoading" && mainFrame) tab->loadsStopped = tab->loadsStarted;
-      if (mainFrame) cache_[tab->targetId].valid = false;
+      if (mainFrame && replacesPage(e.method)) cache_[tab->targetId].valid = false;
+      else if (mainFrame) cache_[tab->targetId].check = true;
     }
   }
 }
@@ -308,7 +364,8 @@ void LiveBrowser::waitForLoad(const std::string& targetId, int startedBefore, do
     if (tab->loadsStarted > startedBefore && tab->loadsStopped >= tab->loadsStarted) break;
     cdp_->poll(0.01);
   }
-  cache_[targetId].valid = false;
+  // A new document announces itself; one that stayed may still have changed.
+  cache_[targetId].check = true;
 }
 
 void LiveBrowser::navigate(const std::string& url, double timeout) {
@@ -382,7 +439,7 @@ void LiveBrowser::changed(bool settle) {
   const Tab* tab = activeTab();
   if (!tab) return;
   std::string id = tab->targetId;
-  cache_[id].valid = false;
+  cache_[id].check = true;
   if (!settle) return;
   // On a busy machine the start of the load may come with the effect's own answer and so have
   // been seen already: a load still under way counts as started by the effect.
@@ -401,7 +458,12 @@ void LiveBrowser::changed(bool settle) {
   auto opened = std::move(openedByPage_);
   openedByPage_.clear();
   for (const auto& o : opened) waitUntilReady(o, 10);
-  if (const Tab* a = activeTab()) cache_[a->targetId].valid = false;
+  if (const Tab* a = activeTab()) cache_[a->targetId].check = true;
+}
+
+void LiveBrowser::forget() {
+  std::lock_guard lock(mutex_);
+  for (auto& [id, c] : cache_) c.valid = false;
 }
 
 void LiveBrowser::revalidate() {
@@ -409,16 +471,57 @@ void LiveBrowser::revalidate() {
   pump();
   const Tab* tab = activeTab();
   if (!tab) return;
-  Cache& c = cache_[tab->targetId];
-  if (!c.valid) return;
+  cache_[tab->targetId].check = true;
+  check(tab->targetId);
+}
+
+void LiveBrowser::check(const std::string& targetId) {
+  Cache& c = cache_[targetId];
+  c.check = false;
+  Tab* tab = find(targetId);
+  if (!c.valid || !tab || !c.reader) return;
+  Json now;
   try {
     Json r = cdp_->call("Runtime.evaluate", {{"expression", kGeneration}, {"returnByValue", true}}, tab->sessionId);
-    std::string generation = r["result"].value("value", "");
-    c.checkedAt = now();
-    if (generation != c.generation) c.valid = false;
+    now = std::move(r["result"]["value"]);
   } catch (const CdpError&) {
-    c.valid = false;
   }
+  if (now == c.generation) return;
+  c.valid = follow(*tab, c, now);
+  if (c.valid) c.generation = std::move(now);
+}
+
+bool LiveBrowser::follow(const Tab& tab, Cache& c, const Json& now) {
+  const Json& was = c.generation;
+  if (!now.is_array() || now.size() != kFields || !was.is_array() || was.size() != kFields) return false;
+  if (!now[kToken].is_string() || now[kToken].get_ref<const std::string&>().empty()) return false;
+  for (int field : {kToken, kChanges, kWidth, kHeight, kStates})
+    if (now[field] != was[field]) return false;
+  PageTreeReader& reader = *c.reader;
+  if (!now[kScrollX].is_number() || !now[kScrollY].is_number()) return false;
+  if (now[kScrollX] != was[kScrollX] || now[kScrollY] != was[kScrollY])
+    if (!reader.scrollTo(now[kScrollX].get<double>(), now[kScrollY].get<double>())) return false;
+  if (now[kHref] != was[kHref] && now[kHref].is_string()) {
+    PageTree& tree = reader.tree();
+    tree.url = now[kHref].get<std::string>();
+    if (!tree.nodes.empty()) tree.nodes[0].url = tree.url;
+  }
+  if (now[kFocus] != was[kFocus]) {
+    // Only which node has the focus changed. A node past what was read would have to be read
+    // into the tree, which must not grow under a caller holding one of its nodes: read anew.
+    Json active = cdp_->call("Runtime.evaluate", {{"expression", kActiveElement}, {"objectGroup", "skimlet"}},
+                             tab.sessionId);
+    int index = -1;
+    if (active.contains("result") && active["result"].contains("objectId")) {
+      Json described = cdp_->call("DOM.describeNode", {{"objectId", active["result"]["objectId"]}}, tab.sessionId);
+      std::int64_t key = described["node"].value("backendNodeId", std::int64_t{0});
+      auto it = reader.tree().byKey.find(key);
+      if (key <= 0 || it == reader.tree().byKey.end()) return false;
+      index = it->second;
+    }
+    reader.focus(index);
+  }
+  return true;
 }
 
 const PageTree& LiveBrowser::page() {
@@ -433,6 +536,13 @@ const PageTree& LiveBrowser::page(const std::string& targetId) {
   std::lock_guard lock(mutex_);
   pump();
   Cache& c = cache_[targetId];
+  if (c.valid && c.check) {
+    try {
+      check(targetId);
+    } catch (const CdpError&) {
+      c.valid = false;
+    }
+  }
   if (!c.valid) refresh(targetId);
   static const PageTree empty;
   const Cache& read = cache_[targetId];
@@ -543,7 +653,7 @@ void LiveBrowser::refresh(const std::string& targetId) {
   int metrics = cdp_->send("Page.getLayoutMetrics", Json::object(), s);
   int hist = cdp_->send("Page.getNavigationHistory", Json::object(), s);
   int win = cdp_->send("Browser.getWindowForTarget", {{"targetId", targetId}});
-  int snap = cdp_->send("DOMSnapshot.captureSnapshot", {{"computedStyles", Json::array()}}, s);
+  int snap = cdp_->send("DOMSnapshot.captureSnapshot", {{"computedStyles", Json::array({"position"})}}, s);
   Json genR, releaseR, rootR, activeR, snapR, metricsR, histR, winR;
   auto get = [&](int id, Json& out) {
     try {
@@ -597,8 +707,8 @@ void LiveBrowser::refresh(const std::string& targetId) {
     c.history.canGoBack = current > 0;
     c.history.canGoForward = current + 1 < static_cast<int>(histR["entries"].size());
   }
-  c.generation = genR.contains("result") ? genR["result"].value("value", "") : "";
-  c.checkedAt = now();
+  c.generation = genR.contains("result") && genR["result"].contains("value") ? std::move(genR["result"]["value"]) : Json();
+  c.check = false;
   c.valid = true;
 }
 

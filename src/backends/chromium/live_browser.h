@@ -86,12 +86,16 @@ class LiveBrowser {
   Rect tabStripFrame();
   Rect toolbarFrame();
 
-  // Marks the page as changed by an effect; with settle, waits for a navigation that the effect
-  // started (a link, a submitted form, a key) to finish loading.
+  // Notes that an effect may have changed the page, so that the next read checks it first; with
+  // settle, waits for a navigation that the effect started (a link, a submitted form, a key) to
+  // finish loading.
   void changed(bool settle);
-  // Checks cheaply whether the page changed by itself (scripts, scrolling, focus) since it was
-  // read; reads at the start of a crawl call this.
+  // Checks cheaply whether the page changed by itself since it was read; reads at the start of a
+  // crawl call this. Scrolling the page and moving the focus are followed in the cached tree;
+  // anything else has the page read again.
   void revalidate();
+  // Drops every cached tree, so that the next read starts from nothing.
+  void forget();
 
   // Runs a function on a page node's DOM element (text nodes use their parent element) and
   // returns its JSON result. Throws CdpError when the node is gone.
@@ -107,6 +111,11 @@ class LiveBrowser {
   void waitForLoad(const std::string& targetId, int startedBefore, double timeout);
   void waitUntilReady(const std::string& targetId, double timeout);
   void refresh(const std::string& targetId);
+  struct Cache;
+  // Compares the page's state with the cached tree's and follows what it can; a tree that
+  // cannot be followed is no longer valid.
+  void check(const std::string& targetId);
+  bool follow(const Tab& tab, Cache& c, const Json& now);
   // Reads the children of these nodes, then of the next nodes in document order until the tree
   // holds `until` exposed nodes.
   void fetch(const std::string& session, PageTreeReader& reader, const std::vector<std::string>& first,
@@ -134,9 +143,9 @@ class LiveBrowser {
     // stays valid while its caller finishes with it.
     std::unique_ptr<PageTreeReader> previous;
     History history;
-    std::string generation;  // the page's own change counter when the tree was read
-    double checkedAt = -1;
+    Json generation;  // the page's own state when the tree was read (or last followed)
     bool valid = false;
+    bool check = false;  // an effect may have changed the page since
   };
   std::unordered_map<std::string, Cache> cache_;
   Rect window_{0, 0, 1200, 800};

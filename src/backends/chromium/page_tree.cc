@@ -20,11 +20,13 @@ struct DomInfo {
   std::optional<std::string> inputValue;
   std::optional<Rect> bounds;  // document coordinates
   bool clickable = false;
+  bool pinned = false;
 };
 
 struct DomIndex {
   std::unordered_map<std::int64_t, DomInfo> byBackendId;
   double scrollX = 0, scrollY = 0, contentHeight = 0;
+  bool sticky = false;  // some box is position: sticky
 };
 
 std::string lower(std::string s) {
@@ -77,6 +79,9 @@ DomIndex indexSnapshot(const Json& snapshot) {
   const Json& layout = doc["layout"];
   const Json& layoutNodes = layout["nodeIndex"];
   const Json& bounds = layout["bounds"];
+  // The position style, when it was asked for: the first (and only) computed style listed.
+  const Json* styles = layout.contains("styles") ? &layout["styles"] : nullptr;
+  std::vector<char> fixed(backend.size(), 0);
   for (size_t k = 0; k < layoutNodes.size() && k < bounds.size(); ++k) {
     size_t i = layoutNodes[k].get<size_t>();
     const Json& b = bounds[k];
@@ -84,6 +89,20 @@ DomIndex indexSnapshot(const Json& snapshot) {
     DomInfo& info = out.byBackendId[backend[i]];
     if (info.bounds) continue;  // the first box is the element's own; later ones are continuations
     info.bounds = Rect{b[0].get<double>(), b[1].get<double>(), b[2].get<double>(), b[3].get<double>()};
+    if (styles && k < styles->size() && !(*styles)[k].empty()) {
+      std::string position = str((*styles)[k][0]);
+      if (position == "fixed") fixed[i] = 1;
+      else if (position == "sticky") out.sticky = true;
+    }
+  }
+  // Whatever sits inside a fixed box stays with it. Nodes come in document order, parents first.
+  if (nodes.contains("parentIndex")) {
+    const Json& parents = nodes["parentIndex"];
+    for (size_t i = 0; i < parents.size() && i < backend.size(); ++i) {
+      int p = parents[i].is_number_integer() ? parents[i].get<int>() : -1;
+      if (p >= 0 && static_cast<size_t>(p) < i && fixed[static_cast<size_t>(p)]) fixed[i] = 1;
+      if (fixed[i]) out.byBackendId[backend[i]].pinned = true;
+    }
   }
   return out;
 }
@@ -407,6 +426,7 @@ void PageTreeReader::add(const Json& n, int parent) {
   node.pressable = clickableRoles().count(node.role) > 0 || (dom && dom->clickable) ||
                    (node.focusable && !textInput && node.role != "AXWebArea");
 
+  node.pinned = dom && dom->pinned;
   if (parent >= 0 && dom && dom->bounds) {
     const Rect& b = *dom->bounds;
     node.frame = Rect{viewport_.x + b.x - domIndex.scrollX, viewport_.y + b.y - domIndex.scrollY, b.width, b.height};
@@ -425,6 +445,30 @@ void PageTreeReader::add(const Json& n, int parent) {
   if (mapped.leaf) return;
   if (ready(n)) addChildren(n, index);
   else pending_[index] = &n;
+}
+
+bool PageTreeReader::scrollTo(double x, double y) {
+  DomIndex& dom = dom_->index;
+  if (dom.sticky) return false;
+  double dx = x - dom.scrollX, dy = y - dom.scrollY;
+  // The web area is the viewport itself and never moves.
+  for (size_t i = 1; i < tree_.nodes.size(); ++i) {
+    PageNode& n = tree_.nodes[i];
+    if (!n.frame || n.pinned) continue;
+    n.frame->x -= dx;
+    n.frame->y -= dy;
+  }
+  dom.scrollX = tree_.scrollX = x;
+  dom.scrollY = tree_.scrollY = y;
+  return true;
+}
+
+void PageTreeReader::focus(int index) {
+  if (tree_.nodes.empty()) return;
+  if (tree_.focused >= 0) tree_.nodes[static_cast<size_t>(tree_.focused)].focused = false;
+  bool onNode = index > 0 && static_cast<size_t>(index) < tree_.nodes.size();
+  tree_.focused = onNode ? index : 0;
+  if (onNode) tree_.nodes[static_cast<size_t>(index)].focused = true;
 }
 
 std::int64_t PageTreeReader::keyFor(const Json& n, std::int64_t backendId) {

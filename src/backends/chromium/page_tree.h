@@ -36,6 +36,7 @@ struct PageNode {
   bool valueSettable = false;
   bool secure = false;
   bool pressable = false;
+  bool pinned = false;  // fixed in the viewport (position: fixed, or inside such a box)
   std::string tag;  // the DOM element's tag name, upper case; empty for text and pseudo nodes
 };
 
@@ -96,6 +97,13 @@ class PageTreeReader {
   int indexOf(const std::string& nodeId) const;
   // Notes that a node's children are being asked for, so that nextToFetch passes it over.
   void asking(const std::string& nodeId) { asked_.insert(nodeId); }
+
+  // Follows the page scrolling to these offsets without reading it again: every frame moves by
+  // the same amount except those pinned to the viewport. False when the page has sticky boxes,
+  // whose place depends on the offset in ways only a new read tells.
+  bool scrollTo(double x, double y);
+  // Moves the focus to a page node (-1: to the page itself).
+  void focus(int index);
 
   const PageTree& tree() const { return tree_; }
   PageTree& tree() { return tree_; }
