@@ -50,12 +50,25 @@ constexpr const char* kChangeCounter = R"JS((() => {
 constexpr const char* kGeneration = R"JS((() => {
   const live = [];
   let unreadable = false;
+  // Only elements in one of these states can bring such a rule into play; asking them first
+  // keeps the check cheap on pages with many rules.
+  const inState = [...document.querySelectorAll(':hover, :focus-within, :target')];
+  const stateful = /^(.*:(?:hover|focus[\w-]*|target)[^\s>+~]*)/;
+  const inPlay = (selector) => {
+    for (const part of selector.split(',')) {
+      const m = part.trim().match(stateful);
+      if (m && inState.some((e) => e.matches(m[1]))) return !!document.querySelector(selector);
+    }
+    return false;
+  };
   const visit = (rules) => {
     for (const r of rules) {
       const s = r.selectorText;
-      if (s && /:(hover|focus|target)/.test(s)) {
+      if (s && /:not\([^)]*:(hover|focus|target)/.test(s)) {
+        unreadable = true;  // in play for everything the pointer is not on
+      } else if (s && /:(hover|focus|target)/.test(s)) {
         try {
-          if (document.querySelector(s)) live.push(s);
+          if (inPlay(s)) live.push(s);
         } catch (e) {
           unreadable = true;
         }
