@@ -108,9 +108,9 @@ TEST_F(LivePageTree, ReadersGoPastTheFirstPartOfALongPage) {
   EXPECT_EQ(elements[static_cast<size_t>(link->id - 1)].value, "Paragraph 1400 with ");
   EXPECT_EQ(elements[static_cast<size_t>(link->id + 1)].value, "link 1400");
 
-  // A kept element past what any read so far has listed is still found after the page changes,
-  // and so are the children of its neighbours.
-  browser().changed(false);
+  // A kept element past what any read so far has listed is still found when the page is read
+  // again from nothing, and so are the children of its neighbours.
+  browser().forget();
   EXPECT_EQ(std::get<std::string>(attribute(field, "AXRole")), "AXTextField");
   ax::Value parent = attribute(field, "AXParent");
   ASSERT_TRUE(std::holds_alternative<ax::ElementRef>(parent));
