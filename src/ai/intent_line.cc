@@ -4,16 +4,12 @@
 #include <string>
 #include <vector>
 
+#include "llm/utf8.h"
+
 namespace skimlet {
 namespace {
 
-bool isSpace(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\v' || c == '\f' || c == '\n'; }
-
-std::string_view trim(std::string_view s) {
-  while (!s.empty() && isSpace(s.front())) s.remove_prefix(1);
-  while (!s.empty() && isSpace(s.back())) s.remove_suffix(1);
-  return s;
-}
+std::string_view trim(std::string_view s) { return trimWhiteSpace(s); }
 
 // Models like to wrap the line in backticks as if it were code.
 std::string_view unquote(std::string_view s) {

@@ -5,16 +5,10 @@
 
 #include <unordered_map>
 
+#include "llm/utf8.h"
+
 namespace skimlet::IntentMapper {
 namespace {
-
-std::string trimmed(std::string_view s) {
-  auto isSpace = [](char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r' || c == '\v' || c == '\f'; };
-  size_t b = 0, e = s.size();
-  while (b < e && isSpace(s[b])) ++b;
-  while (e > b && isSpace(s[e - 1])) --e;
-  return std::string(s.substr(b, e - b));
-}
 
 // Composed and case-folded, so "É" typed as one code point or as E + accent compare equal.
 icu::UnicodeString folded(std::string_view s) {
@@ -72,7 +66,7 @@ bool containsIgnoringCase(std::string_view haystack, std::string_view text) {
 
 std::optional<Intent> map(std::string_view action, std::string_view rawTarget, int ordinal, std::string_view text,
                           std::string_view field, std::string_view input) {
-  const std::string target = trimmed(rawTarget);
+  const std::string target(trimWhiteSpace(rawTarget));
   if (action == "click" || action == "open_link") {
     if (target.empty() && ordinal == 0) return std::nullopt;
     if (action == "click") return intents::Click{anyTarget(target, ordinal)};

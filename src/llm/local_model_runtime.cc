@@ -21,29 +21,6 @@ namespace {
 // answer from.
 constexpr int kShortestCuttableUser = 201;
 
-bool isWhiteSpace(int cp) {
-  return (cp >= 0x09 && cp <= 0x0D) || cp == 0x20 || cp == 0x85 || cp == 0xA0 || cp == 0x1680 ||
-         (cp >= 0x2000 && cp <= 0x200A) || cp == 0x2028 || cp == 0x2029 || cp == 0x202F || cp == 0x205F ||
-         cp == 0x3000;
-}
-
-// `s` (valid UTF-8) without white space and line breaks at either end.
-std::string trimmed(const std::string& s) {
-  size_t begin = 0, end = s.size();
-  while (begin < end) {
-    const int cp = unicode::codePointAt(s, begin);
-    if (!isWhiteSpace(cp)) break;
-    begin += utf8Length(static_cast<unsigned char>(s[begin]));
-  }
-  while (end > begin) {
-    size_t lead = end - 1;
-    while (lead > begin && (static_cast<unsigned char>(s[lead]) & 0xC0) == 0x80) --lead;
-    if (!isWhiteSpace(unicode::codePointAt(s, lead))) break;
-    end = lead;
-  }
-  return s.substr(begin, end - begin);
-}
-
 int greedyToken(const std::vector<float>& logits) {
   // max_element keeps the first of equal maxima.
   return static_cast<int>(std::max_element(logits.begin(), logits.end()) - logits.begin());
@@ -205,7 +182,7 @@ std::optional<std::string> LocalModelRuntime::run(Request& r) {
   }
 
   if (r.stop.stop_requested()) return std::nullopt;
-  std::string text = trimmed(repairUTF8(bytes));
+  std::string text(trimWhiteSpace(repairUTF8(bytes)));
   if (text.empty()) return std::nullopt;
   return text;
 }

@@ -1,5 +1,7 @@
 #include "llm/utf8.h"
 
+#include <cstdint>
+
 namespace skimlet {
 
 namespace {
@@ -29,7 +31,40 @@ int sequenceAt(std::string_view s, size_t i) {
   return need + 1;
 }
 
+bool isWhiteSpace(uint32_t cp) {
+  return (cp >= 0x09 && cp <= 0x0D) || cp == 0x20 || cp == 0x85 || cp == 0xA0 || cp == 0x1680 ||
+         (cp >= 0x2000 && cp <= 0x200A) || cp == 0x2028 || cp == 0x2029 || cp == 0x202F || cp == 0x205F ||
+         cp == 0x3000;
+}
+
+// The code point of the valid `len`-byte sequence at s[i].
+uint32_t codePoint(std::string_view s, size_t i, int len) {
+  auto b = [&](size_t k) { return static_cast<uint32_t>(static_cast<unsigned char>(s[k])); };
+  if (len == 1) return b(i);
+  uint32_t cp = b(i) & (0xFFu >> (len + 1));
+  for (int k = 1; k < len; ++k) cp = (cp << 6) | (b(i + k) & 0x3F);
+  return cp;
+}
+
 }  // namespace
+
+std::string_view trimWhiteSpace(std::string_view s) {
+  size_t begin = 0;
+  while (begin < s.size()) {
+    const int len = sequenceAt(s, begin);
+    if (len < 0 || !isWhiteSpace(codePoint(s, begin, len))) break;
+    begin += len;
+  }
+  size_t end = s.size();
+  while (end > begin) {
+    size_t lead = end - 1;
+    while (lead > begin && end - lead < 4 && (static_cast<unsigned char>(s[lead]) & 0xC0) == 0x80) --lead;
+    const int len = sequenceAt(s, lead);
+    if (len < 0 || lead + len != end || !isWhiteSpace(codePoint(s, lead, len))) break;
+    end = lead;
+  }
+  return s.substr(begin, end - begin);
+}
 
 std::string repairUTF8(std::string_view bytes) {
   size_t i = 0;

@@ -32,6 +32,7 @@ TEST(IntentLine, ToleratesLooseFormatting) {
   expectFields("`click|cart|0||`", "click", "cart", 0, "", "");
   expectFields("click|a|1|b|c|extra", "click", "a", 1, "b", "c");
   expectFields("scroll_down||0||\r\n", "scroll_down", "", 0, "", "");
+  expectFields("\u00a0click\u2003|\u3000cart\u00a0| 2\u2009||", "click", "cart", 2, "", "");
 }
 
 TEST(IntentLine, TakesTheFirstLineWithSeparators) {

@@ -66,6 +66,9 @@ TEST(IntentMapper, ClickAndOpenLinkNeedATargetOrAnOrdinal) {
   EXPECT_EQ(mapped("click", "", -1), Intent(intents::Click{spec("", -1)}));
   EXPECT_FALSE(mapped("click", "", 0));
   EXPECT_FALSE(mapped("click", " \n\t", 0));
+  // White space beyond ASCII's is trimmed too: no-break, ideographic, line separator.
+  EXPECT_EQ(mapped("click", "\u00a0Sign in\u3000\u2028", 0), Intent(intents::Click{spec("Sign in")}));
+  EXPECT_FALSE(mapped("click", "\u00a0\u2003", 0));
 
   EXPECT_EQ(mapped("open_link", "pricing", 0), Intent(intents::OpenLink{spec("pricing")}));
   EXPECT_EQ(mapped("open_link", "", 3), Intent(intents::OpenLink{spec("", 3)}));
