@@ -76,4 +76,9 @@ std::optional<LLMIntent> readIntentLine(std::string_view reply) {
   return out;
 }
 
+bool intentLineEnded(std::string_view sofar) {
+  const size_t bar = sofar.find('|');
+  return bar != std::string_view::npos && sofar.find('\n', bar) != std::string_view::npos;
+}
+
 }  // namespace skimlet

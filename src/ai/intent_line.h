@@ -14,4 +14,8 @@ namespace skimlet {
 // None when the reply has no non-empty line.
 std::optional<LLMIntent> readIntentLine(std::string_view reply);
 
+// Whether a reply that begins with `sofar` is already read as it will be whatever follows: a
+// line holding a "|" has ended. The model can be stopped there.
+bool intentLineEnded(std::string_view sofar);
+
 }  // namespace skimlet

@@ -39,6 +39,26 @@ std::optional<int> digitsOf(const std::string& reply) {
   return value;
 }
 
+// The own model's restatement of a command. The answer is one line, so the model is stopped as
+// soon as the line the reader will take has ended instead of writing on to its token limit: the
+// reply then reads exactly as the whole one would, sooner.
+std::optional<std::string> oneLineReply(ChatModel& model, const std::string& command, std::stop_token stop) {
+  std::stop_source enough;
+  std::stop_callback relay(stop, [&] { enough.request_stop(); });
+  std::string ended;
+  auto sink = [&](const std::string& sofar) {
+    if (ended.empty() && intentLineEnded(sofar)) {
+      ended = sofar;
+      enough.request_stop();
+    }
+  };
+  auto reply = model.generate(std::string(prompts::intentLine), command, prompts::intentMaxTokens, sink,
+                              enough.get_token());
+  if (stop.stop_requested()) return std::nullopt;
+  if (!ended.empty()) return ended;
+  return reply;
+}
+
 bool hasText(const std::optional<std::string>& s) {
   return s && s->find_first_not_of(" \t\r\n") != std::string::npos;
 }
@@ -62,7 +82,7 @@ std::optional<std::string> LocalAI::lastError() const {
 
 std::optional<Intent> LocalAI::parseIntent(const std::string& command, std::stop_token stop) const {
   if (ownModelUsable()) {
-    auto reply = own_->generate(std::string(prompts::intentLine), command, prompts::intentMaxTokens, {}, stop);
+    auto reply = oneLineReply(*own_, command, stop);
     if (reply) {
       if (auto line = readIntentLine(*reply)) {
         if (auto intent = IntentMapper::map(*line, command)) return intent;

@@ -168,6 +168,9 @@ std::optional<std::string> LocalModelRuntime::run(Request& r) {
     // Only whole characters are shown: a token may end in the middle of one.
     if (r.onPartial && unicode::isValidUtf8(bytes)) r.onPartial(bytes);
     if (stats.generatedTokens == r.maxTokens) break;
+    // A caller that has seen enough in the partial text stops here, before paying for a pass
+    // whose token nobody will read.
+    if (r.stop.stop_requested()) break;
     const int position = static_cast<int>(cached_.size());
     started = std::chrono::steady_clock::now();
     logits = m.forward(std::span<const int>(&token, 1), position);

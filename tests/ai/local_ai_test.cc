@@ -44,24 +44,6 @@ TEST(LocalAIWithoutModels, AnswersNothing) {
   EXPECT_FALSE(ai.summarize("Title", "Some page text", nullptr));
 }
 
-TEST(LocalAIParseIntent, AsksTheOwnModelForOneShortLine) {
-  StandInModel own({"click|blue shirt|2||"});
-  StandInSystemModel system;
-  LocalAI ai(&own, &system);
-  auto intent = ai.parseIntent("buy the second blue shirt");
-  ASSERT_TRUE(intent);
-  TargetSpec expected;
-  expected.query = "blue shirt";
-  expected.ordinal = 2;
-  EXPECT_EQ(*intent, Intent(intents::Click{expected}));
-  auto asked = own.requests();
-  ASSERT_EQ(asked.size(), 1u);
-  EXPECT_EQ(asked[0].system, prompts::intentLine);
-  EXPECT_EQ(asked[0].user, "buy the second blue shirt");
-  EXPECT_EQ(asked[0].maxTokens, 40);
-  EXPECT_EQ(system.calls, 0);
-}
-
 TEST(LocalAIParseIntent, FallsThroughToTheSystemModelOnlyWhenTheOwnAnswerIsUnusable) {
   StandInModel own({"unknown||0||", std::nullopt, "type||0|hello|search box"});
   StandInSystemModel system;
@@ -80,6 +62,39 @@ TEST(LocalAIParseIntent, FallsThroughToTheSystemModelOnlyWhenTheOwnAnswerIsUnusa
   broken.loadError = "bad file";
   EXPECT_FALSE(LocalAI(&broken, &system).parseIntent("go back"));
   EXPECT_TRUE(broken.requests().empty());
+}
+
+// The own model is asked for one short line with the command as typed. Once the line that will
+// be read has ended, the model is stopped rather than left to write on to its limit, and the
+// answer is the same.
+TEST(LocalAIParseIntent, AsksTheOwnModelForOneLineAndStopsItThere) {
+  struct Case {
+    const char* reply;
+    std::optional<Intent> intent;
+    int lastPieceAsked;  // the stand-in asks before each word; it stops before writing this one
+  };
+  const Case cases[] = {
+      // " shirt|2||\nThis" ends the line; " clicks" (piece 2) and the rest are never written.
+      {"click|blue shirt|2||\nThis clicks the second blue shirt.", Intent(intents::Click{{"blue shirt", 2}}), 2},
+      // A first line without separators is not the answer: the model goes on past it.
+      {"Sure, here it is:\nback||0|| \nand more words", Intent(intents::Navigate{{NavAction::Kind::back, 0, ""}}), 5},
+      // A single line with no line break after it ends with the model.
+      {"find|shipping costs|0||", Intent(intents::Find{"shipping costs"}), 1},
+  };
+  for (const Case& c : cases) {
+    StandInModel own({c.reply});
+    int lastAsked = -1;
+    own.beforePiece = [&](int piece) { lastAsked = piece; };
+    StandInSystemModel system;
+    EXPECT_EQ(LocalAI(&own, &system).parseIntent("buy the second blue shirt"), c.intent) << c.reply;
+    EXPECT_EQ(lastAsked, c.lastPieceAsked) << c.reply;
+    EXPECT_EQ(system.calls, 0);
+    auto asked = own.requests();
+    ASSERT_EQ(asked.size(), 1u);
+    EXPECT_EQ(asked[0].system, prompts::intentLine);
+    EXPECT_EQ(asked[0].user, "buy the second blue shirt");
+    EXPECT_EQ(asked[0].maxTokens, 40);
+  }
 }
 
 TEST(LocalAIChoose, ReadsTheDigitsOfTheReply) {

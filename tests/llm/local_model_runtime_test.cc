@@ -178,6 +178,8 @@ TEST(LocalModelRuntime, StopIsHonouredBetweenTokensAndBeforeTheFirst) {
   // Text already streamed doesn't make a stopped request an answer.
   EXPECT_EQ(result, std::nullopt);
   EXPECT_EQ(seen, (std::vector<std::string>{"a", "ab", "aba"}));
+  // Stopped while handing over "aba": no pass runs for a fourth token nobody will read.
+  EXPECT_EQ(runtime.lastRun()->decodeSteps, 2);
 
   std::stop_source early;
   early.request_stop();
