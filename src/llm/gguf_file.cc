@@ -108,8 +108,8 @@ std::optional<GGUFValue> GGUFFile::value(uint32_t type, bool keep) {
     case 9: {
       uint32_t elementType = readU32();
       int64_t count = static_cast<int64_t>(readU64());
-      if (count < 0) throw GGUFError("Truncated model file");
       if (elementType == 8) {
+        if (count < 0) throw GGUFError("Truncated model file");
         std::vector<std::string> list;
         if (keep && count > 0) list.reserve(static_cast<size_t>(std::min<int64_t>(count, (size - cursor) / 8)));
         for (int64_t i = 0; i < count; ++i) {

@@ -155,11 +155,16 @@ TEST(GGUFFile, UnsupportedValueAndArrayTypes) {
   bad.addRaw("x", 13, {0, 0, 0, 0});
   EXPECT_EQ(messageOf(written(bad, "value.gguf")), "Unsupported GGUF value type 13");
 
-  GGUFWriter nested;
-  std::vector<uint8_t> payload = le<uint32_t>(9);
-  for (uint8_t b : le<int64_t>(1)) payload.push_back(b);
-  nested.addRaw("x", 9, payload);
-  EXPECT_EQ(messageOf(written(nested, "nested.gguf")), "Unsupported GGUF array type");
+  // Arrays of arrays or of unknown types are refused by their element type, whatever the count.
+  for (uint32_t element : {9u, 13u}) {
+    for (int64_t count : {int64_t{1}, int64_t{-1}}) {
+      GGUFWriter nested;
+      std::vector<uint8_t> payload = le<uint32_t>(element);
+      for (uint8_t b : le<int64_t>(count)) payload.push_back(b);
+      nested.addRaw("x", 9, payload);
+      EXPECT_EQ(messageOf(written(nested, "nested.gguf")), "Unsupported GGUF array type") << element << " " << count;
+    }
+  }
 }
 
 TEST(GGUFFile, DataStartFollowsTheAlignment) {
