@@ -140,7 +140,8 @@ TEST_F(ModelStoreTest, RejectedDownloadsSayWhyAndLeaveNothingBehind) {
     std::string message;
   };
   std::vector<Case> cases = {
-      {"/missing", {404, ggufBody(minimum)}, "Download failed (HTTP 404)"},
+      // The status is checked first, then the size, then the magic.
+      {"/missing", {404, "Not Found"}, "Download failed (HTTP 404)"},
       {"/short", {200, ggufBody(minimum - 1)}, "Download was incomplete"},
       {"/cut", {200, ggufBody(minimum / 2), size_t(minimum)}, "Download was incomplete"},
       {"/html", {200, "<html>" + std::string(minimum, ' ')}, "Downloaded file isn't a GGUF model"},
