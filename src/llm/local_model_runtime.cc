@@ -20,6 +20,8 @@ namespace {
 // A user text this short is never cut to make room: what is left would be too little to
 // answer from.
 constexpr int kShortestCuttableUser = 201;
+// Prompt tokens run in one forward pass; a stop is noticed between passes.
+constexpr size_t kPromptPiece = 256;
 
 int greedyToken(const std::vector<float>& logits) {
   // max_element keeps the first of equal maxima.
@@ -151,10 +153,19 @@ std::optional<std::string> LocalModelRuntime::run(Request& r) {
   stats.reusedTokens = static_cast<int>(common);
   cached_.resize(common);  // everything after is overwritten now
 
+  // The prompt runs in pieces, so that a stopped request gives the model back after one piece
+  // instead of after a whole page of text. A piece is large enough that reading the weights
+  // once more per piece costs little.
   auto started = std::chrono::steady_clock::now();
-  std::vector<float> logits =
-      m.forward(std::span<const int>(prompt).subspan(common), static_cast<int>(common));
-  cached_ = prompt;
+  std::vector<float> logits;
+  for (size_t at = common; at < prompt.size();) {
+    if (r.stop.stop_requested()) return std::nullopt;
+    const size_t n = std::min(kPromptPiece, prompt.size() - at);
+    logits = m.forward(std::span<const int>(prompt).subspan(at, n), static_cast<int>(at));
+    cached_.insert(cached_.end(), prompt.begin() + static_cast<std::ptrdiff_t>(at),
+                   prompt.begin() + static_cast<std::ptrdiff_t>(at + n));
+    at += n;
+  }
   stats.promptSeconds = secondsSince(started);
 
   std::string bytes;

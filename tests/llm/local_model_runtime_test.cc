@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cstring>
 #include <filesystem>
@@ -13,6 +14,8 @@
 #include <vector>
 
 #include "llm/ggml_type.h"
+#include "llm/transformer.h"
+#include "llm/utf8.h"
 #include "llm_test_files.h"
 #include "support/gguf_writer.h"
 #include "support/paths.h"
@@ -359,6 +362,38 @@ TEST(LocalModelRuntime, ReusedPromptPrefixesGiveTheSameTextAsAFreshRun) {
   model.weightScale = 0.2f;
   testing::writeRandomModel(path, model, 7);
   expectPrefixReuseChangesNothing(path);
+}
+
+// The runtime feeds a long prompt to the model in pieces (so that a stop lands between them);
+// the answer must be the one a single pass over the whole prompt gives.
+TEST(LocalModelRuntime, ALongPromptRunInPiecesAnswersAsOnePassDoes) {
+  const std::string path = scratchPath("model.gguf");
+  testing::RandomModel model;
+  model.weightScale = 0.2f;
+  testing::writeRandomModel(path, model, 11);
+  std::string page;
+  for (int i = 0; page.size() < 1500; ++i) page += "Line " + std::to_string(i) + " of the page says something. ";
+  const std::string system = "Summarize the page.";
+  const int maxTokens = 10;
+
+  LocalModelRuntime runtime(at(path));
+  const auto text = runtime.generate(system, page, maxTokens);
+
+  Transformer whole(path, 2048);
+  const std::vector<int> prompt = whole.chatPrompt(system, page);
+  ASSERT_GT(prompt.size(), 600u) << "the prompt should need several pieces";
+  std::vector<float> logits = whole.forward(prompt, 0);
+  std::string bytes;
+  for (int n = 0, position = static_cast<int>(prompt.size()); n < maxTokens; ++n, ++position) {
+    const int token = static_cast<int>(std::max_element(logits.begin(), logits.end()) - logits.begin());
+    if (whole.isStop(token)) break;
+    const auto piece = whole.tokenizer().bytes(token);
+    bytes.append(piece.begin(), piece.end());
+    if (n + 1 < maxTokens) logits = whole.forward(std::span<const int>(&token, 1), position);
+  }
+  const std::string expected(trimWhiteSpace(repairUTF8(bytes)));
+  ASSERT_FALSE(expected.empty()) << "the model should say something for this comparison to mean anything";
+  EXPECT_EQ(text.value_or(""), expected);
 }
 
 TEST(LocalModelRuntime, ReferenceModelsGiveTheSameTextWithReusedPrefixes) {
