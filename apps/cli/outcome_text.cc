@@ -1,6 +1,23 @@
 #include "outcome_text.h"
 
 namespace skimlet::cli {
+namespace {
+
+// An item is one line of a list; the lines of a text that stands for one (a section without a
+// heading) are run together.
+std::string oneLine(std::string s) {
+  std::string out;
+  for (char c : s) {
+    if (c == '\n') {
+      if (!out.empty() && out.back() != ' ') out += " · ";
+    } else {
+      out += c;
+    }
+  }
+  return out;
+}
+
+}  // namespace
 
 std::string OutcomeText::markdown(const std::string& s) const {
   std::string out;
@@ -31,7 +48,7 @@ void OutcomeText::print(std::ostream& out, const Outcome& outcome) const {
     const char* mark = r->kind == ActionResult::Kind::success ? "✓ " : r->kind == ActionResult::Kind::failure ? "✗ " : "";
     out << mark << markdown(r->headline) << "\n";
     if (r->body && !r->body->empty()) out << markdown(*r->body) << "\n";
-    for (std::size_t i = 0; i < r->items.size(); ++i) out << "  " << i + 1 << ". " << markdown(r->items[i].text) << "\n";
+    for (std::size_t i = 0; i < r->items.size(); ++i) out << "  " << i + 1 << ". " << markdown(oneLine(r->items[i].text)) << "\n";
     printWhy(out, r->debug);
   } else if (const Confirmation* c = outcome.confirm()) {
     out << "? " << markdown(c->title) << "\n" << markdown(c->message) << "\n";

@@ -16,6 +16,7 @@ class OutcomeText {
  public:
   // `styled`: whether escape sequences for bold and dim may be written (a terminal, not a pipe).
   explicit OutcomeText(bool styled) : styled_(styled) {}
+  bool styled() const { return styled_; }
 
   // "Clicked **Sign \*in\***" → Clicked Sign *in*, the bold part bold when styled.
   std::string markdown(const std::string& s) const;
