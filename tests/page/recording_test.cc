@@ -43,19 +43,14 @@ TEST(Recording, ABrokenPageSaysWhereItIsWrong) {
       {R"({"app": {}, "front": 1, "window": {}})", "front: expected true or false"},
       {R"({"app": {"pid": 0}, "window": {}})", "app.pid: expected a positive whole number"},
       {R"({"app": {"pid": 4294967297}, "window": {}})", "app.pid: expected a positive whole number"},
-      {R"({"app": {"name": 5}, "window": {}})", "app.name: expected a string"},
       {R"({"app": {}})", "window: missing"},
       {R"({"app": {}, "window": {"children": [{}, {"value": []}]}})",
        "window.children[1].value: expected a string, number or boolean"},
-      {R"({"app": {}, "window": {"children": [{"frame": [0, 0, 10, "x"]}]}})",
-       "window.children[0].frame: expected [x, y, width, height]"},
       {R"({"app": {}, "window": {"actions": ["AXPress", 3]}})", "window.actions[1]: expected a string"},
       {R"({"app": {}, "window": {"children": [{"focused": true}, {"children": [{"focused": true}]}]}})",
        "window.children[1].children[0].focused: only one node may be focused (window.children[0] is too)"},
-      {R"({"app": {}, "window": {"pressError": "oops"}})", "window.pressError: expected an error code such as -25202"},
       {R"({"app": {}, "window": {"pressError": 99999999999}})",
        "window.pressError: expected an error code such as -25202"},
-      {R"({"app": {}, "window": {"children": {}}})", "window.children: expected a list of nodes"},
   };
   for (const auto& [text, message] : cases) {
     try {
