@@ -1,6 +1,8 @@
 #include "page/page_reader.h"
 
+#include <algorithm>
 #include <charconv>
+#include <climits>
 #include <unordered_map>
 #include <unordered_set>
 
@@ -11,15 +13,16 @@
 namespace skimlet::PageReader {
 namespace {
 
-// A whole decimal integer with an optional sign, nothing else.
+// A whole decimal integer with an optional sign, nothing else. Any 64-bit number is a level
+// (a huge one still prints as the deepest heading); only what does not fit falls back.
 std::optional<int> integer(std::string_view s) {
   const bool plus = !s.empty() && s.front() == '+';
   if (plus) s.remove_prefix(1);
   if (s.empty() || s.front() == '+' || (plus && s.front() == '-')) return std::nullopt;
-  int v = 0;
+  long long v = 0;
   auto [ptr, ec] = std::from_chars(s.data(), s.data() + s.size(), v);
   if (ec != std::errc() || ptr != s.data() + s.size()) return std::nullopt;
-  return v;
+  return static_cast<int>(std::clamp<long long>(v, INT_MIN, INT_MAX));
 }
 
 // Foundation's "contains": an empty needle is never contained.

@@ -113,13 +113,6 @@ TEST(Crawler, ReadsFieldsNeutrallyAndNeverAPasswordsValue) {
   EXPECT_EQ(elements[4].actions, std::vector<std::string>{"AXPress"});
 }
 
-TEST(Crawler, ActionRoles) {
-  for (const char* role : {"AXButton", "AXLink", "AXToolbarButton", "AXGroup", "AXCell", "AXUnknown", "AXRow", "AXImage"})
-    EXPECT_TRUE(Crawler::readsActions(role)) << role;
-  for (const char* role : {"AXStaticText", "AXWebArea", "AXHeading", "AXTextField", ""})
-    EXPECT_FALSE(Crawler::readsActions(role)) << role;
-}
-
 TEST(Crawler, CutsLongValuesAtTwentyThousandCharacters) {
   std::string ascii(25000, 'a');
   std::string accented;

@@ -6,6 +6,7 @@
 
 #include "backends/memory/backend.h"
 #include "page/ax_helpers.h"
+#include "page/crawler.h"
 #include "page/roles.h"
 #include "support/forwarding_ax.h"
 
@@ -38,14 +39,33 @@ TEST(PageElementLabel, OtherElementsMayBeNamedByTheirValue) {
   EXPECT_TRUE(blank.labels().empty());
 }
 
-TEST(Roles, TheTwoSets) {
+TEST(Roles, ClickableTextInputAndTheRolesWhoseActionsAreRead) {
+  struct Case {
+    const char* role;
+    bool clickable, textInput, actionsRead;
+  };
+  const std::vector<Case> cases = {
+      {"AXButton", true, false, true},          {"AXLink", true, false, true},
+      {"AXCheckBox", true, false, true},        {"AXRadioButton", true, false, true},
+      {"AXMenuItem", true, false, true},        {"AXPopUpButton", true, false, true},
+      {"AXMenuButton", true, false, true},      {"AXDisclosureTriangle", true, false, true},
+      {"AXTab", true, false, true},             {"AXSwitch", true, false, true},
+      {"AXToolbarButton", true, false, true},   {"AXGroup", false, false, true},
+      {"AXCell", false, false, true},           {"AXUnknown", false, false, true},
+      {"AXRow", false, false, true},            {"AXImage", false, false, true},
+      {"AXTextField", false, true, false},      {"AXTextArea", false, true, false},
+      {"AXComboBox", false, true, false},       {"AXSearchField", false, true, false},
+      {"AXStaticText", false, false, false},    {"AXWebArea", false, false, false},
+      {"AXHeading", false, false, false},       {"AXSecureTextField", false, false, false},  // a subrole
+      {"", false, false, false},
+  };
+  for (const Case& c : cases) {
+    EXPECT_EQ(Roles::clickable(c.role), c.clickable) << c.role;
+    EXPECT_EQ(Roles::textInput(c.role), c.textInput) << c.role;
+    EXPECT_EQ(Crawler::readsActions(c.role), c.actionsRead) << c.role;
+  }
   EXPECT_EQ(Roles::clickableSet().size(), 11u);
   EXPECT_EQ(Roles::textInputSet().size(), 4u);
-  EXPECT_TRUE(Roles::clickable("AXDisclosureTriangle"));
-  EXPECT_TRUE(Roles::clickable("AXToolbarButton"));
-  EXPECT_FALSE(Roles::clickable("AXStaticText"));
-  EXPECT_TRUE(Roles::textInput("AXComboBox"));
-  EXPECT_FALSE(Roles::textInput("AXSecureTextField"));  // that is a subrole
 }
 
 TEST(AXHelpers, ValuesAsText) {

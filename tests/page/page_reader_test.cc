@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <climits>
+
 #include "backends/memory/backend.h"
 #include "page/page_snapshot.h"
 #include "support/page_builder.h"
@@ -109,6 +111,8 @@ TEST(PageReaderLines, HeadingsAndTheirLevels) {
   page.add({.role = "AXHeading", .title = "Six", .value = "+6"});
   page.add({.role = "AXHeading", .title = "Unknown", .value = "two"});
   page.add({.role = "AXHeading", .title = "Two signs", .value = "+-4"});
+  page.add({.role = "AXHeading", .title = "Huge", .value = "99999999999"});
+  page.add({.role = "AXHeading", .title = "Too huge", .value = "99999999999999999999"});
   page.add({.role = "AXHeading", .value = " \n "});  // nothing to name it by
   page.add({.role = "AXHeading", .value = "3"});      // its level is its only text, so it names it too
   int h = page.add({.role = "AXHeading", .title = "Inside", .value = "-1"});
@@ -117,6 +121,8 @@ TEST(PageReaderLines, HeadingsAndTheirLevels) {
                                         {"Six", Kind::heading, 6},
                                         {"Unknown", Kind::heading, 2},
                                         {"Two signs", Kind::heading, 2},
+                                        {"Huge", Kind::heading, INT_MAX},
+                                        {"Too huge", Kind::heading, 2},
                                         {"3", Kind::heading, 3},
                                         {"Inside", Kind::heading, -1}}));
 }

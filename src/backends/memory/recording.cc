@@ -1,7 +1,9 @@
 #include "backends/memory/recording.h"
 
 #include <cmath>
+#include <cstdint>
 #include <fstream>
+#include <limits>
 #include <sstream>
 
 #include "page/roles.h"
@@ -24,6 +26,12 @@ std::string text(const json& j, const std::string& where) {
 bool boolean(const json& j, const std::string& where) {
   if (!j.is_boolean()) fail(where, "expected true or false");
   return j.get<bool>();
+}
+
+bool fitsInt32(const json& j) {
+  if (j.is_number_unsigned()) return j.get<unsigned long long>() <= static_cast<unsigned long long>(INT32_MAX);
+  const long long v = j.get<long long>();
+  return v >= INT32_MIN && v <= INT32_MAX;
 }
 
 Node parseNode(const json& j, const std::string& where, std::string& focusedAt) {
@@ -70,7 +78,8 @@ Node parseNode(const json& j, const std::string& where, std::string& focusedAt) 
   if (auto v = field("settable")) n.settable = boolean(*v, at("settable"));
   if (auto v = field("keystrokes")) n.keystrokes = boolean(*v, at("keystrokes"));
   if (auto v = field("pressError")) {
-    if (!v->is_number_integer()) fail(at("pressError"), "expected an error code such as -25202");
+    // Error codes are 32-bit; anything wider would wrap into some other code.
+    if (!v->is_number_integer() || !fitsInt32(*v)) fail(at("pressError"), "expected an error code such as -25202");
     n.pressError = v->get<int>();
   }
   if (auto v = field("children")) {
@@ -94,7 +103,10 @@ Recording parseRecording(const json& j) {
   if (auto v = app->find("bundleID"); v != app->end() && !v->is_null()) r.app.bundleID = text(*v, "app.bundleID");
   if (auto v = app->find("bundlePath"); v != app->end() && !v->is_null()) r.app.bundlePath = text(*v, "app.bundlePath");
   if (auto v = app->find("pid"); v != app->end() && !v->is_null()) {
-    if (!v->is_number_integer() || v->get<long long>() <= 0) fail("app.pid", "expected a positive whole number");
+    // Process ids are 32-bit, and the replayed Finder takes the next one.
+    if (!v->is_number_integer() || !fitsInt32(*v) || v->get<long long>() <= 0 ||
+        v->get<long long>() == std::numeric_limits<Pid>::max())
+      fail("app.pid", "expected a positive whole number");
     r.app.pid = v->get<Pid>();
   }
   if (auto v = j.find("front"); v != j.end() && !v->is_null()) r.front = boolean(*v, "front");
