@@ -26,11 +26,11 @@ std::optional<Outcome> runCommand(memory::Backend& backend, const std::string& c
 void BM_ClickCommand(benchmark::State& state) {
   auto backend = std::make_unique<memory::Backend>(bench::largePage(6000));
   for (auto _ : state) {
-    auto outcome = runCommand(*backend, "click subscribe to the newsletter");
+    auto outcome = runCommand(*backend, "click get the weekly newsletter");
     auto events = backend->events();
     if (!outcome || !outcome->result() || outcome->result()->kind != ActionResult::Kind::success || events.empty() ||
-        events.front().type != memory::Event::Type::press || events.front().label != "Subscribe to the newsletter") {
-      state.SkipWithError("the click did not press “Subscribe to the newsletter”");
+        events.front().type != memory::Event::Type::press || events.front().label != "Get the weekly newsletter") {
+      state.SkipWithError("the click did not press “Get the weekly newsletter”");
       break;
     }
     backend->clearEvents();

@@ -92,7 +92,7 @@ memory::Recording largePage(int elements) {
     field.value = sentence(seed, 4);
     form.children.push_back(std::move(field));
     form.children.push_back(m.node("AXCheckBox", "Notify me", {"AXPress"}));
-    form.children.push_back(m.node("AXButton", landmark ? "Subscribe to the newsletter" : "Post comment " + std::to_string(s % 4),
+    form.children.push_back(m.node("AXButton", landmark ? "Get the weekly newsletter" : "Post comment " + std::to_string(s % 4),
                                    {"AXPress"}));
     Node img = m.node("AXImage");
     img.description = "Photo: " + sentence(seed, 4);

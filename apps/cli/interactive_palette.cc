@@ -203,7 +203,7 @@ void InteractivePalette::submitInput() {
 void InteractivePalette::answerConfirmation(bool yes) {
   const auto* c = std::get_if<Confirmation>(&vm_.phase());
   if (!c) return;
-  printAbove("? " + style_.markdown(c->title) + style_.dim(yes ? " — " + c->confirmLabel : " — not done") + "\n");
+  printAbove("? " + c->title + style_.dim(yes ? " — " + c->confirmLabel : " — not done") + "\n");
   if (yes) {
     vm_.submit();  // Return on a confirmation runs it
     awaitingOutcome_ = true;
@@ -216,7 +216,7 @@ void InteractivePalette::pick(int index) {
   const auto* choice = std::get_if<ChoiceSet>(&vm_.phase());
   if (!choice || index < 0 || index >= static_cast<int>(choice->options.size())) return;
   const ChoiceOption& option = choice->options[static_cast<std::size_t>(index)];
-  printAbove("? " + style_.markdown(choice->prompt) + style_.dim(" — ") + style_.markdown(option.title) + "\n");
+  printAbove("? " + choice->prompt + style_.dim(" — ") + OutcomeText::oneLine(option.title) + "\n");
   vm_.pick(index);
   awaitingOutcome_ = true;
 }
@@ -250,9 +250,7 @@ void InteractivePalette::showNextItem() {
   item_ = (item_ + 1) % static_cast<int>(result->items.size());
   const FoundItem& item = result->items[static_cast<std::size_t>(item_)];
   vm_.reveal(item);
-  std::string text = item.text;
-  std::replace(text.begin(), text.end(), '\n', ' ');
-  printAbove(style_.dim("↳ " + std::to_string(item_ + 1) + ". ") + style_.markdown(text) +
+  printAbove(style_.dim("↳ " + std::to_string(item_ + 1) + ". ") + OutcomeText::oneLine(item.text) +
              (item.element ? "" : style_.dim(" (not on the page)")) + "\n");
 }
 

@@ -110,7 +110,7 @@ void LinePalette::waitWhileBusy() {
 
 // False when the user declined, which ends the command.
 bool LinePalette::answerConfirmation(const Confirmation& c) {
-  std::cout << "? " << text_.markdown(c.title) << "\n" << text_.markdown(c.message) << "\n";
+  std::cout << "? " << c.title << "\n" << c.message << "\n";
   if (vm_.showWhy && !c.debug.empty()) {
     std::cout << text_.dim("Why?") << "\n";
     for (const auto& line : c.debug) std::cout << text_.dim("  " + line) << "\n";
@@ -127,10 +127,10 @@ bool LinePalette::answerConfirmation(const Confirmation& c) {
 }
 
 bool LinePalette::answerChoice(const ChoiceSet& choice) {
-  std::cout << "? " << text_.markdown(choice.prompt) << "\n";
+  std::cout << "? " << choice.prompt << "\n";
   for (std::size_t i = 0; i < choice.options.size(); ++i) {
     const ChoiceOption& o = choice.options[i];
-    std::cout << "  " << i + 1 << ". " << text_.markdown(o.title);
+    std::cout << "  " << i + 1 << ". " << OutcomeText::oneLine(o.title);
     if (!o.subtitle.empty()) std::cout << text_.dim(" — " + o.subtitle);
     std::cout << "\n";
   }

@@ -1,23 +1,6 @@
 #include "outcome_text.h"
 
 namespace skimlet::cli {
-namespace {
-
-// An item is one line of a list; the lines of a text that stands for one (a section without a
-// heading) are run together.
-std::string oneLine(std::string s) {
-  std::string out;
-  for (char c : s) {
-    if (c == '\n') {
-      if (!out.empty() && out.back() != ' ') out += " · ";
-    } else {
-      out += c;
-    }
-  }
-  return out;
-}
-
-}  // namespace
 
 std::string OutcomeText::markdown(const std::string& s) const {
   std::string out;
@@ -37,6 +20,29 @@ std::string OutcomeText::markdown(const std::string& s) const {
   return out;
 }
 
+std::string OutcomeText::oneLine(std::string_view s) {
+  std::string out;
+  out.reserve(s.size());
+  for (std::size_t i = 0; i < s.size();) {
+    std::size_t end = i;
+    bool lineBreak = false;
+    while (end < s.size() && (s[end] == ' ' || s[end] == '\t' || s[end] == '\n' || s[end] == '\r')) {
+      lineBreak = lineBreak || s[end] == '\n' || s[end] == '\r';
+      ++end;
+    }
+    if (end == i) {
+      out += s[i++];
+    } else if (!lineBreak) {
+      out.append(s, i, end - i);
+      i = end;
+    } else {
+      if (i > 0 && end < s.size()) out += ' ';  // a break at either end just goes
+      i = end;
+    }
+  }
+  return out;
+}
+
 void OutcomeText::printWhy(std::ostream& out, const std::vector<std::string>& debug) const {
   if (debug.empty()) return;
   out << dim("Why?") << "\n";
@@ -48,18 +54,18 @@ void OutcomeText::print(std::ostream& out, const Outcome& outcome) const {
     const char* mark = r->kind == ActionResult::Kind::success ? "✓ " : r->kind == ActionResult::Kind::failure ? "✗ " : "";
     out << mark << markdown(r->headline) << "\n";
     if (r->body && !r->body->empty()) out << markdown(*r->body) << "\n";
-    for (std::size_t i = 0; i < r->items.size(); ++i) out << "  " << i + 1 << ". " << markdown(oneLine(r->items[i].text)) << "\n";
+    for (std::size_t i = 0; i < r->items.size(); ++i) out << "  " << i + 1 << ". " << oneLine(r->items[i].text) << "\n";
     printWhy(out, r->debug);
   } else if (const Confirmation* c = outcome.confirm()) {
-    out << "? " << markdown(c->title) << "\n" << markdown(c->message) << "\n";
+    out << "? " << c->title << "\n" << c->message << "\n";
     out << "[" << c->confirmLabel << "] " << dim("— add --confirm to accept") << "\n";
     printWhy(out, c->debug);
   } else if (const ChoiceSet* choice = outcome.choose()) {
-    out << "? " << markdown(choice->prompt) << "\n";
+    out << "? " << choice->prompt << "\n";
     for (std::size_t i = 0; i < choice->options.size(); ++i) {
       const ChoiceOption& o = choice->options[i];
-      out << "  " << i + 1 << ". " << markdown(o.title);
-      if (!o.subtitle.empty()) out << dim(" — " + o.subtitle);
+      out << "  " << i + 1 << ". " << oneLine(o.title);
+      if (!o.subtitle.empty()) out << dim(" — " + oneLine(o.subtitle));
       out << "\n";
     }
     out << dim("Add --pick N to choose one.") << "\n";

@@ -1,10 +1,12 @@
 // Outcomes as `skimlet run` shows them in a terminal: the headline's light Markdown rendered
 // (bold where the terminal shows it, plain in a pipe), the body, numbered items, and the "Why?"
-// lines dimmed; a confirmation or a choice says which option answers it.
+// lines dimmed; a confirmation or a choice says which option answers it. Only headlines and
+// bodies are Markdown: items, options and confirmation texts are the page's words as they are.
 #pragma once
 
 #include <ostream>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "backends/memory/event.h"
@@ -21,6 +23,9 @@ class OutcomeText {
   // "Clicked **Sign \*in\***" → Clicked Sign *in*, the bold part bold when styled.
   std::string markdown(const std::string& s) const;
   std::string dim(const std::string& s) const { return styled_ ? "\x1b[2m" + s + "\x1b[22m" : s; }
+  // Plain text (an item, an option, a label) for one line of a list: each line break, with the
+  // blanks around it, becomes one space.
+  static std::string oneLine(std::string_view s);
 
   void print(std::ostream& out, const Outcome& outcome) const;
   // "Done to the page:" and one line per event; nothing when there were none.

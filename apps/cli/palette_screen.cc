@@ -170,15 +170,15 @@ ScreenLines layoutPalette(const PaletteScreenState& s, const OutcomeText& style,
                                      : "Ctrl-Y why · Esc dismisses · type the next command"));
     }
   } else if (const auto* confirmation = std::get_if<Confirmation>(&phase)) {
-    add("? " + style.markdown(confirmation->title));
-    add("  " + style.markdown(confirmation->message));
+    add("? " + OutcomeText::oneLine(confirmation->title));
+    add("  " + OutcomeText::oneLine(confirmation->message));
     add(style.dim("  Return or y: " + confirmation->confirmLabel + " · Esc or n: cancel"));
   } else if (const auto* choice = std::get_if<ChoiceSet>(&phase)) {
-    add("? " + style.markdown(choice->prompt));
+    add("? " + OutcomeText::oneLine(choice->prompt));
     const int count = static_cast<int>(choice->options.size());
     for (int i = 0; i < count; ++i) {
       const ChoiceOption& o = choice->options[static_cast<std::size_t>(i)];
-      std::string line = std::to_string(i + 1) + ". " + style.markdown(o.title);
+      std::string line = std::to_string(i + 1) + ". " + OutcomeText::oneLine(o.title);
       line = i == s.selected ? "❯ " + reverse(line, styled) : "  " + line;
       if (!o.subtitle.empty()) line += style.dim(" — " + o.subtitle);
       add(line);
@@ -189,7 +189,7 @@ ScreenLines layoutPalette(const PaletteScreenState& s, const OutcomeText& style,
   if (std::holds_alternative<PaletteViewModel::Idle>(phase) ||
       (std::holds_alternative<ActionResult>(phase) && !std::get<ActionResult>(phase).isPartial && !s.input.empty())) {
     if (!TextUtil::clean(s.input).empty()) {
-      add(style.dim("↵ " + (s.preview ? style.markdown(*s.preview)
+      add(style.dim("↵ " + (s.preview ? *s.preview
                                       : std::string("no rule matches: Return asks the model, else searches the page"))));
     }
     if (showsSuggestions(s.input) && !s.suggestions.empty()) {

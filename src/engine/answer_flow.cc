@@ -25,7 +25,7 @@ Outcome ActionEngine::ask(const std::string& question, const PageSnapshot& snap,
   const bool local = ai().ownModelUsable();
   const QAExcerpts excerpts(snap, question, local);
   dbg.push_back("Grounding: " + std::to_string(excerpts.chunks.size()) + " excerpt(s), " +
-                std::to_string(TextUtil::length(excerpts.text)) + " chars from this page only");
+                std::to_string(PageQA::length(excerpts.text)) + " chars from this page only");
 
   std::vector<FoundItem> items;
   for (const auto& chunk : excerpts.chunks) {

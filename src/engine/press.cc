@@ -54,12 +54,14 @@ ActionResult ActionEngine::doPress(const PageElement& element, const std::string
   } else {
     dbg.push_back("AXPress failed (" + std::to_string(static_cast<int>(error)) + ")");
     auto frame = currentFrame(element.element);
+    // An element the browser no longer knows has lost its frame, or kept only a collapsed one;
+    // one that is merely squashed flat still has a place on screen to aim at.
     bool gone = error == ax::Error::invalidUIElement || error == ax::Error::cannotComplete;
     if (gone && (!frame || frame->width == 0))
       return ActionResult::failure("That element is no longer available",
                                    "The page changed after it was read. Try the command again.", std::move(dbg));
     // Never click blind: without a position on screen there is nothing to aim at.
-    if (!frame || !frame->hasArea())
+    if (!gone && (!frame || !frame->hasArea()))
       return ActionResult::failure("Couldn't click “" + label + "”",
                                    "The element doesn't support pressing and has no on-screen position.",
                                    std::move(dbg));

@@ -48,6 +48,82 @@ const std::string& titleOf(const PageSnapshot& snapshot) {
   return snapshot.pageTitle.empty() ? snapshot.windowTitle : snapshot.pageTitle;
 }
 
+// Whether the text may be cut at byte i without changing a character, a cluster or a word: an
+// ASCII character that is neither letter nor digit and a cluster of its own whatever surrounds
+// it. A line feed always is (a control stands alone), unless it ends a CR LF; any other such
+// character is when both its neighbours are ASCII, since only characters beyond ASCII join a
+// cluster to what precedes or follows them, or compose with it.
+bool cutsCleanly(std::string_view s, std::size_t i) {
+  const auto ascii = [&](std::size_t j) { return static_cast<unsigned char>(s[j]) < 0x80; };
+  const char c = s[i];
+  const bool alnum = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9');
+  if (!ascii(i) || alnum || c == '\r') return false;
+  if (c == '\n') return i == 0 || s[i - 1] != '\r';
+  return (i == 0 || ascii(i - 1)) && (i + 1 == s.size() || ascii(i + 1));
+}
+
+// Calls f with each piece of s between clean cuts, empty ones left out.
+template <class F>
+void forEachWord(std::string_view s, F&& f) {
+  std::size_t start = 0;
+  for (std::size_t i = 0; i < s.size(); ++i) {
+    if (!cutsCleanly(s, i)) continue;
+    if (i > start) f(s.substr(start, i - start));
+    start = i + 1;
+  }
+  if (start < s.size()) f(s.substr(start));
+}
+
+// Calls f with the pieces of s between clean cuts, each ASCII stretch whole and each stretch
+// that holds other characters apart, so that the text functions take their ASCII path wherever
+// they can. Answers how many cut characters were left out between the pieces.
+template <class F>
+int forEachStretch(std::string_view s, F&& f) {
+  constexpr std::size_t none = std::string_view::npos;
+  std::size_t start = 0, lastCut = none;
+  bool ascii = true;
+  int cuts = 0;
+  for (std::size_t i = 0; i < s.size(); ++i) {
+    if (static_cast<unsigned char>(s[i]) >= 0x80) {
+      if (ascii && lastCut != none) {
+        f(s.substr(start, lastCut - start));
+        start = lastCut + 1;
+        ++cuts;
+      }
+      ascii = false;
+      lastCut = none;
+    } else if (cutsCleanly(s, i)) {
+      if (ascii) {
+        lastCut = i;
+        continue;
+      }
+      f(s.substr(start, i - start));
+      start = i + 1;
+      ++cuts;
+      ascii = true;
+      lastCut = none;
+    }
+  }
+  f(s.substr(start));
+  return cuts;
+}
+
+// The tokens of many texts, each distinct word tokenized once however often the page repeats
+// it. The cache views the texts, which must outlive it.
+class Tokenizer {
+ public:
+  void append(std::string_view text, std::vector<std::string>& out) {
+    forEachWord(text, [&](std::string_view word) {
+      auto it = cache_.find(word);
+      if (it == cache_.end()) it = cache_.emplace(word, TextUtil::tokens(word)).first;
+      out.insert(out.end(), it->second.begin(), it->second.end());
+    });
+  }
+
+ private:
+  std::unordered_map<std::string_view, std::vector<std::string>> cache_;
+};
+
 }  // namespace
 
 QAExcerpts::QAExcerpts(const PageSnapshot& snapshot, std::string_view query, bool localModelReady)
@@ -60,6 +136,18 @@ QAExcerpts::QAExcerpts(const PageSnapshot& snapshot, std::string_view query, boo
 }
 
 namespace PageQA {
+
+std::vector<std::string> tokens(std::string_view text) {
+  std::vector<std::string> out;
+  Tokenizer().append(text, out);
+  return out;
+}
+
+int length(std::string_view text) {
+  int n = 0;
+  const int cuts = forEachStretch(text, [&](std::string_view piece) { n += TextUtil::length(piece); });
+  return n + cuts;
+}
 
 std::vector<Ranked> rank(const std::vector<std::string>& texts, const std::vector<std::string>* headings,
                          std::string_view query) {
@@ -82,8 +170,9 @@ std::vector<Ranked> rank(const std::vector<std::string>& texts, const std::vecto
   std::vector<std::vector<std::string>> tokens(texts.size());
   std::vector<std::vector<int>> counts(texts.size(), std::vector<int>(terms.size(), 0));
   std::vector<int> df(terms.size(), 0);
+  Tokenizer tokenizer;
   for (std::size_t i = 0; i < texts.size(); ++i) {
-    tokens[i] = TextUtil::tokens(texts[i]);
+    tokenizer.append(texts[i], tokens[i]);
     for (const auto& t : tokens[i])
       if (auto it = termIndex.find(t); it != termIndex.end()) ++counts[i][it->second];
     for (std::size_t t = 0; t < terms.size(); ++t)
@@ -103,7 +192,8 @@ std::vector<Ranked> rank(const std::vector<std::string>& texts, const std::vecto
       if (w == 1.0) ++m;
     }
     if (headings && i < headings->size()) {
-      const std::vector<std::string> ht = TextUtil::tokens((*headings)[i]);
+      std::vector<std::string> ht;
+      tokenizer.append((*headings)[i], ht);
       const std::unordered_set<std::string> headingSet(ht.begin(), ht.end());
       for (const auto& [term, w] : terms)
         if (headingSet.contains(term)) s += w * headingBonus;
@@ -111,7 +201,7 @@ std::vector<Ranked> rank(const std::vector<std::string>& texts, const std::vecto
     if (!(s > 0)) continue;
     s *= 0.5 + 0.5 * m / static_cast<double>(q.size());
     if (q.size() >= 2 && join(tokens[i], " ").find(phrase) != std::string::npos) s *= phraseBonus;
-    s /= 1 + 0.12 * std::log(1 + TextUtil::length(texts[i]) / 80.0);
+    s /= 1 + 0.12 * std::log(1 + PageQA::length(texts[i]) / 80.0);
     ranked.push_back({static_cast<int>(i), s});
   }
   sortByScore(ranked);
@@ -149,11 +239,11 @@ std::vector<PageChunk> excerpts(const PageSnapshot& snapshot, const std::vector<
   std::vector<int> picked;
   long used = 0;
   for (int i : order) {
-    const long length = TextUtil::length(snapshot.chunks[i].text);
+    const long chars = PageQA::length(snapshot.chunks[i].text);
     // A chunk that does not fit is passed over; a smaller one further down may still fit.
-    if (used + length > budget && !picked.empty()) continue;
+    if (used + chars > budget && !picked.empty()) continue;
     picked.push_back(i);
-    used += std::min<long>(length, budget);
+    used += std::min<long>(chars, budget);
     if (used >= budget) break;
   }
   std::sort(picked.begin(), picked.end());

@@ -35,6 +35,12 @@ struct QAExcerpts {
 
 namespace PageQA {
 
+// TextUtil::tokens and TextUtil::length with the same answers, faster on page text: a few
+// characters beyond ASCII (the "• " of a list line, a curly quote) would otherwise send a whole
+// section through the slow Unicode path, and a question tokenizes every section of the page.
+std::vector<std::string> tokens(std::string_view text);
+int length(std::string_view text);
+
 // Scores texts against the query's content words (1.0 each) and their synonyms (0.45), with
 // document frequency, an optional heading bonus, coverage of the query, a phrase bonus and a
 // damping of long texts. Texts without any hit get no entry. Best first; ties keep input order.

@@ -75,20 +75,20 @@ TEST(OutcomeText, MarkdownIsRenderedForATerminalAndPlainForAPipe) {
   EXPECT_EQ(OutcomeText(false).markdown("Clicked **Sign \\*in\\*** now"), "Clicked Sign *in* now");
   EXPECT_EQ(OutcomeText(true).markdown("Clicked **Sign in"), "Clicked \x1b[1mSign in\x1b[22m");
 
+  // Items and options are the page's own words: never Markdown, and one line each.
   ActionResult r = ActionResult::failure("No **email** saved", std::string("Add it in Settings."), {"Intent: Fill"});
-  FoundItem item;
-  item.text = "Email address";
-  r.items.push_back(item);
+  r.items = {FoundItem{.text = "Email address"}, FoundItem{.text = "Opening hours \n\n Mon–Fri **9–5**\n"}};
   std::ostringstream result;
   OutcomeText(false).print(result, r);
-  EXPECT_EQ(result.str(), "✗ No email saved\nAdd it in Settings.\n  1. Email address\nWhy?\n  Intent: Fill\n");
+  EXPECT_EQ(result.str(), "✗ No email saved\nAdd it in Settings.\n  1. Email address\n  2. Opening hours Mon–Fri **9–5**\n"
+                          "Why?\n  Intent: Fill\n");
 
   ChoiceSet choice{"Which one?", {ChoiceOption(), ChoiceOption()}};
   choice.options[0].title = "Save", choice.options[0].subtitle = "Preferences";
-  choice.options[1].title = "Save **all**";
+  choice.options[1].title = "Save C:\\**all**";
   std::ostringstream choose;
   OutcomeText(false).print(choose, choice);
-  EXPECT_EQ(choose.str(), "? Which one?\n  1. Save — Preferences\n  2. Save all\nAdd --pick N to choose one.\n");
+  EXPECT_EQ(choose.str(), "? Which one?\n  1. Save — Preferences\n  2. Save C:\\**all**\nAdd --pick N to choose one.\n");
 }
 
 class TempFile {

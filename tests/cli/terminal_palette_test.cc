@@ -170,7 +170,7 @@ TEST_F(PaletteScreen, ChoicesMarkTheSelectionAndConfirmationsSayTheirKeys) {
   EXPECT_EQ(shown[4], "  ↑↓ move · Return or 1–2 picks · Esc cancels");
 
   Confirmation c;
-  c.title = "Click “**Delete account**”?";
+  c.title = "Click “Delete account”?";
   c.message = "This may delete content or cancel something.";
   c.confirmLabel = "Click";
   shown = lines(c);

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "support/engine_on_page.h"
+#include "support/forwarding_ax.h"
 #include "support/page_builder.h"
 #include "support/stand_in_model.h"
 
@@ -292,6 +293,25 @@ TEST(ClickFlow, PressFallsBackToAMouseClickOnlyWhereThereIsSomethingToAimAt) {
   EXPECT_EQ(wrap.headline, "Couldn't click “Gift wrap”");
   EXPECT_EQ(wrap.body, "The element doesn't support pressing and has no on-screen position.");
   EXPECT_TRUE(page.events().empty());  // never a click at (0,0)
+
+  // Squashed flat since the page was read: a control that refuses the action has nothing left to
+  // aim at; one the browser could not press right then still has its place on screen.
+  struct Flattened : testing::ForwardingAx {
+    using ForwardingAx::ForwardingAx;
+    ax::Error copyAttributeValue(const ax::ElementRef& e, std::string_view name, ax::Value& out) override {
+      ax::Error error = inner_.copyAttributeValue(e, name, out);
+      if (auto* size = std::get_if<Size>(&out); name == "AXSize" && size) size->height = 0;
+      return error;
+    }
+  } flattened(page.platform.ax);
+  const Platform& p = page.platform;
+  page.engine = ActionEngine::create(*page.backend->target(),
+                                     Platform{flattened, p.workspace, p.input, p.pasteboard, p.highlighter, p.dispatch,
+                                              p.clock, p.settings},
+                                     LocalAI(nullptr, nullptr));
+  EXPECT_EQ(page.result("click show details").headline, "Couldn't click “Show details”");
+  EXPECT_EQ(page.result("click apply coupon").headline, "Clicked **Apply coupon**");
+  EXPECT_THAT(page.eventLines(), ElementsAre("mouseClick at (260, 680)"));
 }
 
 TEST(ClickFlow, NothingMatchesSoTheModelMayPickFromWhatCanBePressed) {

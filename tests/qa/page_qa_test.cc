@@ -31,6 +31,25 @@ std::string repeat(const std::string& sentence, int times) {
 
 double damping(const std::string& text) { return 1 + 0.12 * std::log(1 + TextUtil::length(text) / 80.0); }
 
+TEST(PageText, TokensAndLengthAgreeWithTheTextFunctions) {
+  // Cut points beside characters that join or compose with their neighbours, CR LF, bad bytes.
+  const std::string samples[] = {
+      "• Harbour station, 12.50 each.\nNext line: “quoted” — done…",
+      "cafe\u0301 au lait; na\u00efve r\u00e9sum\u00e9",
+      "x \u0301y a =\u0338 b <\u0338c",
+      "one\r\n\u00e9two\r\n\nthree\n\u0301four",
+      "\u0600 1 \u0600\n2 \U0001F469\u200D\U0001F467 family \U0001F1EB\U0001F1F7 flag",
+      "STRASSE Stra\u00dfe \u03a3\u039f\u03a6\u039f\u03a3 \u0130stanbul",
+      "bad \xff bytes \xe2\x82 here\xe2",
+      "",
+  };
+  for (const std::string& text : samples) {
+    SCOPED_TRACE(text);
+    EXPECT_EQ(PageQA::tokens(text), TextUtil::tokens(text));
+    EXPECT_EQ(PageQA::length(text), TextUtil::length(text));
+  }
+}
+
 TEST(Rank, WeightsCoveragePhraseAndHeadings) {
   // Stop words alone rank nothing, and the excerpts then take the page from its start.
   PageSnapshot s = page({chunk("A", "alpha text here"), chunk("B", "beta text here")});
