@@ -1,15 +1,23 @@
 // skimlet run --fixture FILE [--json] [--confirm] [--pick N] [--profile KEY=VALUE]...
 //             [--model FILE | --no-model] COMMAND
+// skimlet run --url URL [same options] COMMAND...
 //
 // One command against a recorded page, as the palette runs it on Return: understood by the
 // rules, then the local model (the installed one, the file given, or none), then the fallback;
 // carried out by a fresh engine; and followed up with --confirm and --pick as its outcomes ask.
-// Prints the outcomes and what was done to the page, readably or as the JSON object scripts rely
-// on.
+// With --url, the page is opened in a fresh headless Chromium instead and each argument is a
+// command of its own, run one after another on the live page, each with a fresh engine and the
+// same --confirm and --pick answers. Prints the outcomes and what was done to the page, readably
+// or as the JSON object scripts rely on (with --url, also the browser's state afterwards).
 #include <unistd.h>
 
 #include <deque>
 #include <iostream>
+#include <memory>
+
+#if !defined(__APPLE__)
+#include "backends/chromium/live_session.h"
+#endif
 
 #include "backends/memory/recording.h"
 #include "cli.h"
@@ -21,6 +29,7 @@
 #include "outcome_json.h"
 #include "outcome_text.h"
 #include "platform/json_settings.h"
+#include "text/text_util.h"
 
 namespace skimlet::cli {
 namespace {
@@ -28,19 +37,22 @@ namespace {
 int runCommand(const Args& args);
 
 const Command kRun{"run",
-                   std::string("run --fixture FILE [--json] [--confirm] [--pick N] [--profile KEY=VALUE]... ") +
-                       modelUsage + " COMMAND",
-                   "Runs a command on a recorded page and shows what it did (exit status 1 when it failed).",
+                   std::string("run --fixture FILE | --url URL [--json] [--confirm] [--pick N] [--profile KEY=VALUE]... ") +
+                       modelUsage + " COMMAND...",
+                   "Runs a command on a recorded page (or commands on a live one) and shows what it did "
+                   "(exit status 1 when it failed).",
                    runCommand};
 
 struct RunOptions {
   std::string fixture;
+  std::string url;
   bool json = false;
   int confirms = 0;        // how many confirmations to accept
   std::deque<int> picks;   // the options to pick, in order, counting from 1
   std::vector<std::pair<ProfileField, std::string>> profile;
   ModelChoice model;
-  std::string command;
+  std::string command;                // a recorded page: all the words are one command
+  std::vector<std::string> commands;  // a live page: one command an argument
 };
 
 // Empty when the arguments are fine, else what is wrong with them.
@@ -54,6 +66,7 @@ std::string parseOptions(const Args& args, RunOptions& o) {
     // Several words are one command, so the quotes around it can be left off.
     if (optionsDone || a.size() < 2 || a[0] != '-') {
       o.command += (o.command.empty() ? "" : " ") + a;
+      o.commands.push_back(a);
     } else if (a == "--") {
       optionsDone = true;
     } else if (takeModelOption(args, i, o.model, problem)) {
@@ -66,6 +79,10 @@ std::string parseOptions(const Args& args, RunOptions& o) {
       const std::string* file = next();
       if (!file) return "--fixture needs a file";
       o.fixture = *file;
+    } else if (a == "--url") {
+      const std::string* url = next();
+      if (!url) return "--url needs a URL";
+      o.url = *url;
     } else if (a == "--pick") {
       const std::string* n = next();
       int value = 0;
@@ -87,9 +104,10 @@ std::string parseOptions(const Args& args, RunOptions& o) {
       return "unknown option " + a;
     } else {
       o.command += " " + a;  // "-" words inside a command, e.g. "type -5"
+      o.commands.back() += " " + a;
     }
   }
-  if (o.fixture.empty()) return "--fixture FILE is required";
+  if (o.fixture.empty() == o.url.empty()) return "give either --fixture FILE or --url URL";
   if (o.command.empty()) return "no command given";
   return "";
 }
@@ -125,10 +143,58 @@ std::optional<Outcome> followUp(const Outcome& outcome, RunOptions& o, std::stri
   return std::nullopt;
 }
 
-int runCommand(const Args& args) {
-  RunOptions o;
-  if (std::string problem = parseOptions(args, o); !problem.empty()) return usageError(kRun, problem);
+// What one run printed and how it ended, whichever page it ran on.
+struct Ran {
+  std::vector<std::string> titles;   // the intent of each command
+  std::vector<Outcome> outcomes;     // every command's outcomes in order
+  bool failed = false;               // a command's last outcome was a failure
+  std::string problem;               // a --pick that did not fit
+};
 
+// Understands and carries out one command on `target` with a fresh engine, with its follow-ups.
+// False when the command was empty.
+bool runOne(const std::string& command, const BrowserTarget& target, const Platform& platform, const LocalAI& ai,
+            RunOptions answers, Ran& ran, const OutcomeText* text) {
+  auto understood = understand(command, ai);
+  if (!understood) return false;
+  auto engine = ActionEngine::create(target, platform, ai);
+  std::vector<Outcome> outcomes{engine->run(understood->intent)};
+  while (auto next = followUp(outcomes.back(), answers, ran.problem)) outcomes.push_back(std::move(*next));
+  ran.titles.push_back(title(understood->intent));
+  const ActionResult* last = outcomes.back().result();
+  ran.failed = ran.failed || (last && last->kind == ActionResult::Kind::failure);
+  if (text) {
+    if (understood->stage != Understanding::Stage::rules)
+      std::cout << text->dim("Understood by the " + std::string(stageName(understood->stage)) + ": " +
+                             title(understood->intent))
+                << "\n";
+    for (std::size_t i = 0; i < outcomes.size(); ++i) {
+      if (i) std::cout << "\n";
+      text->print(std::cout, outcomes[i]);
+    }
+  }
+  for (auto& outcome : outcomes) ran.outcomes.push_back(std::move(outcome));
+  if (answers.confirms > 0 || !answers.picks.empty())
+    std::cerr << "skimlet run: note: “" << command << "” asked for no further "
+              << (answers.confirms > 0 ? "confirmation" : "choice") << "; extra --confirm/--pick ignored\n";
+  return true;
+}
+
+// The end of a run: the model's load failure said once, a misfit --pick, the exit status.
+int finish(const Ran& ran, const Models& models) {
+  // The model is loaded at its first request; a file that failed is worth saying once, since
+  // the run went on with the rules and extractive answers alone.
+  if (auto error = models.ai().lastError())
+    std::cerr << "skimlet run: note: the model " << models.modelPath() << " could not be loaded (" << *error
+              << "); went on without it\n";
+  if (!ran.problem.empty()) {
+    std::cerr << "skimlet run: " << ran.problem << "\n";
+    return 1;
+  }
+  return ran.failed ? 1 : 0;
+}
+
+int runOnFixture(RunOptions& o) {
   std::optional<FixtureSession> session;
   try {
     session.emplace(o.fixture);
@@ -139,47 +205,79 @@ int runCommand(const Args& args) {
   applyProfile(session->platform().settings, o);
 
   Models models(o.model);
-  const LocalAI& ai = models.ai();
-  auto understood = understand(o.command, ai);
-  if (!understood) return usageError(kRun, "no command given");
-
-  auto engine = ActionEngine::create(session->target(), session->platform(), ai);
-  std::vector<Outcome> outcomes{engine->run(understood->intent)};
-  std::string problem;
-  while (auto next = followUp(outcomes.back(), o, problem)) outcomes.push_back(std::move(*next));
+  const OutcomeText text(::isatty(STDOUT_FILENO));
+  Ran ran;
+  if (!runOne(o.command, session->target(), session->platform(), models.ai(), o, ran, o.json ? nullptr : &text))
+    return usageError(kRun, "no command given");
   session->backend().runLoop().runPending();  // deliver anything the engine posted
 
   if (o.json) {
-    std::cout << jsonLine(runJson(title(understood->intent), outcomes, session->backend().events())) << "\n";
+    std::cout << jsonLine(runJson(ran.titles.back(), ran.outcomes, session->backend().events())) << "\n";
+  } else if (auto events = session->backend().events(); !events.empty()) {
+    std::cout << "\n";
+    text.printEvents(std::cout, events);
+  }
+  return finish(ran, models);
+}
+
+int runOnUrl(RunOptions& o) {
+#if defined(__APPLE__)
+  std::cerr << "skimlet run: --url needs the live browser backend, which this build does not have\n";
+  return 1;
+#else
+  if (!chromium::LiveSession::available()) {
+    std::cerr << "skimlet run: no Chromium found (install Debian's chromium package, or set SKIMLET_CHROMIUM)\n";
+    return 1;
+  }
+  memory::MemorySettings settings;
+  applyProfile(settings, o);
+  Models models(o.model);
+  std::unique_ptr<chromium::LiveSession> session;
+  try {
+    session = chromium::LiveSession::open(chromium::LiveSession::urlFor(o.url), settings);
+  } catch (const std::exception& e) {
+    std::cerr << "skimlet run: " << e.what() << "\n";
+    return 1;
+  }
+  const auto target = session->target();
+  if (!target) {
+    std::cerr << "skimlet run: the browser is not one Skimlet supports\n";
+    return 1;
+  }
+  const OutcomeText text(::isatty(STDOUT_FILENO));
+  Ran ran;
+  for (std::size_t i = 0; i < o.commands.size(); ++i) {
+    if (!o.json) std::cout << (i ? "\n" : "") << text.markdown("**› " + TextUtil::md(o.commands[i]) + "**") << "\n";
+    runOne(o.commands[i], *target, session->platform(), models.ai(), o, ran, o.json ? nullptr : &text);
+    session->runLoop().runPending();
+    if (!ran.problem.empty()) break;
+  }
+  const auto page = session->pageState();
+  if (o.json) {
+    auto json = runJson(ran.titles.empty() ? std::string() : ran.titles.back(), ran.outcomes, session->events());
+    json["intents"] = ran.titles;
+    json["page"] = {{"url", page.url},
+                    {"title", page.title},
+                    {"tabs", page.tabs},
+                    {"focusedValue", page.focusedValue ? nlohmann::ordered_json(*page.focusedValue) : nullptr}};
+    std::cout << jsonLine(json) << "\n";
   } else {
-    const OutcomeText text(::isatty(STDOUT_FILENO));
-    if (understood->stage != Understanding::Stage::rules)
-      std::cout << text.dim("Understood by the " + std::string(stageName(understood->stage)) + ": " +
-                            title(understood->intent))
-                << "\n";
-    for (std::size_t i = 0; i < outcomes.size(); ++i) {
-      if (i) std::cout << "\n";
-      text.print(std::cout, outcomes[i]);
-    }
-    if (auto events = session->backend().events(); !events.empty()) {
+    if (auto events = session->events(); !events.empty()) {
       std::cout << "\n";
       text.printEvents(std::cout, events);
     }
+    std::cout << text.dim("Page: " + page.url + " — " + std::to_string(page.tabs) + (page.tabs == 1 ? " tab" : " tabs"))
+              << "\n";
   }
-  // The model is loaded at its first request; a file that failed is worth saying once, since
-  // the run went on with the rules and extractive answers alone.
-  if (auto error = ai.lastError())
-    std::cerr << "skimlet run: note: the model " << models.modelPath() << " could not be loaded (" << *error
-              << "); went on without it\n";
-  if (!problem.empty()) {
-    std::cerr << "skimlet run: " << problem << "\n";
-    return 1;
-  }
-  if (o.confirms > 0 || !o.picks.empty())
-    std::cerr << "skimlet run: note: the command asked for no further "
-              << (o.confirms > 0 ? "confirmation" : "choice") << "; extra --confirm/--pick ignored\n";
-  const ActionResult* last = outcomes.back().result();
-  return last && last->kind == ActionResult::Kind::failure ? 1 : 0;
+  session->close();
+  return finish(ran, models);
+#endif
+}
+
+int runCommand(const Args& args) {
+  RunOptions o;
+  if (std::string problem = parseOptions(args, o); !problem.empty()) return usageError(kRun, problem);
+  return o.url.empty() ? runOnFixture(o) : runOnUrl(o);
 }
 
 SKIMLET_COMMAND(kRun);
