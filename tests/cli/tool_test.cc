@@ -9,7 +9,9 @@
 
 #include <nlohmann/json.hpp>
 
+#if !defined(__APPLE__)
 #include "backends/chromium/live_session.h"
+#endif
 #include "support/paths.h"
 
 namespace skimlet::cli {
@@ -51,6 +53,7 @@ TEST(Tool, RunOnARecordedPageAnswersOneObject) {
   EXPECT_EQ(run["events"], json::array());  // nothing was pressed without the user's yes
 }
 
+#if !defined(__APPLE__)
 TEST(Tool, RunOnALivePageRunsEachCommandAndReportsTheBrowserAfterwards) {
   if (!chromium::LiveSession::available()) GTEST_SKIP() << "no Chromium installed";
   // One --confirm answers every command that asks; a failed command makes the exit status 1.
@@ -74,6 +77,7 @@ TEST(Tool, RunOnALivePageRunsEachCommandAndReportsTheBrowserAfterwards) {
   EXPECT_FALSE(page["title"].get<std::string>().empty());
   EXPECT_TRUE(page.contains("focusedValue"));
 }
+#endif
 
 TEST(Tool, RunRefusesToGuessWhichPage) {
   EXPECT_EQ(tool("run --json click ok").status, 2);
