@@ -7,7 +7,9 @@ packages=(
   build-essential cmake ninja-build pkg-config
   libicu-dev libopenblas-dev libcurl4-openssl-dev nlohmann-json3-dev
   libgtest-dev libgmock-dev libbenchmark-dev
-  chromium python3 bash-doc
+  chromium python3
+  # Large one-page manuals that the live benchmark reads.
+  bash-doc ccache
 )
 
 missing=()
