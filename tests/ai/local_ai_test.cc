@@ -11,30 +11,27 @@ namespace {
 using testing::StandInModel;
 using testing::StandInSystemModel;
 
-TEST(LocalAIStatus, PrefersTheOwnModelThenTheSystemModelThenTheRules) {
+TEST(LocalAIStatus, NamesTheFirstUsableModelOwnThenSystemElseTheRules) {
+  const std::string rules = "No local model \u2014 using built-in rules";
   StandInModel own;
   StandInSystemModel system;
   EXPECT_EQ(LocalAI(&own, &system).statusText(), "Local AI: Qwen2.5 1.5B");
   EXPECT_EQ(LocalAI(nullptr, &system).statusText(), "Local AI: Apple Intelligence");
-  EXPECT_EQ(LocalAI(nullptr, nullptr).statusText(), "No local model \u2014 using built-in rules");
-  system.isAvailable = false;
-  EXPECT_EQ(LocalAI(nullptr, &system).statusText(), "No local model \u2014 using built-in rules");
-}
+  EXPECT_EQ(LocalAI(nullptr, nullptr).statusText(), rules);
 
-TEST(LocalAIStatus, AnInstalledModelThatFailedToLoadIsNotUsable) {
-  StandInModel own;
+  // An installed model that failed to load is not usable, and its error is kept.
   own.loadError = "tensor blk.0.attn_q.weight is missing";
-  StandInSystemModel system;
   LocalAI ai(&own, &system);
   EXPECT_FALSE(ai.ownModelUsable());
   EXPECT_EQ(ai.statusText(), "Local AI: Apple Intelligence");
   EXPECT_EQ(ai.lastError(), own.loadError);
   system.isAvailable = false;
-  EXPECT_EQ(ai.statusText(), "No local model \u2014 using built-in rules");
+  EXPECT_EQ(ai.statusText(), rules);
+  EXPECT_EQ(LocalAI(nullptr, &system).statusText(), rules);
 
   own.loadError.reset();
   own.isInstalled = false;
-  EXPECT_EQ(LocalAI(&own, nullptr).statusText(), "No local model \u2014 using built-in rules");
+  EXPECT_EQ(LocalAI(&own, nullptr).statusText(), rules);
 }
 
 TEST(LocalAIWithoutModels, AnswersNothing) {
@@ -126,22 +123,19 @@ TEST(LocalAIChoose, WritesNumberedOptionsWithTheChoicePrompt) {
   EXPECT_EQ(asked[0].maxTokens, 4);
 }
 
-TEST(LocalAIChoose, NoOptionsNeverReachAModel) {
+TEST(LocalAIChoose, TheSystemModelsIndexMustBeInRangeAndNoOptionsAskNobody) {
   StandInModel own({"0"});
   StandInSystemModel system;
   system.choiceReply = LLMChoice{0};
   EXPECT_FALSE(LocalAI(&own, &system).choose("anything", {}));
   EXPECT_TRUE(own.requests().empty());
   EXPECT_EQ(system.calls, 0);
-}
 
-TEST(LocalAIChoose, TheSystemModelsIndexMustBeInRange) {
-  StandInSystemModel system;
   LocalAI ai(nullptr, &system);
-  system.choiceReply = LLMChoice{2};
-  EXPECT_FALSE(ai.choose("x", {"a", "b"}));
-  system.choiceReply = LLMChoice{-1};
-  EXPECT_FALSE(ai.choose("x", {"a", "b"}));
+  for (int outside : {2, -1}) {
+    system.choiceReply = LLMChoice{outside};
+    EXPECT_FALSE(ai.choose("x", {"a", "b"})) << outside;
+  }
   system.choiceReply = LLMChoice{1};
   EXPECT_EQ(ai.choose("x", {"a", "b"}), 1);
   EXPECT_EQ(system.messages.back(), "User wants: x\nOptions:\n0: a\n1: b");
