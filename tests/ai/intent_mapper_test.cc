@@ -11,14 +11,6 @@ std::optional<Intent> mapped(std::string_view action, std::string_view target = 
   return IntentMapper::map(action, target, ordinal, text, field, input);
 }
 
-TargetSpec spec(std::string query, std::optional<int> ordinal = std::nullopt, RoleHint role = RoleHint::any) {
-  TargetSpec t;
-  t.query = std::move(query);
-  t.ordinal = ordinal;
-  t.role = role;
-  return t;
-}
-
 TEST(IntentMapper, ActionsWithoutArgumentsMapOneToOne) {
   using NK = NavAction::Kind;
   using SK = ScrollSpec::Kind;
@@ -59,27 +51,34 @@ TEST(IntentMapper, UnknownMisspelledOrCapitalisedActionsGiveNothing) {
   }
 }
 
-TEST(IntentMapper, ClickAndOpenLinkNeedATargetOrAnOrdinal) {
-  EXPECT_EQ(mapped("click", "  blue shirt\n", 2), Intent(intents::Click{spec("blue shirt", 2)}));
-  EXPECT_EQ(mapped("click", "Sign in", 0), Intent(intents::Click{spec("Sign in")}));
-  EXPECT_EQ(mapped("click", "", 2), Intent(intents::Click{spec("", 2)}));
-  EXPECT_EQ(mapped("click", "", -1), Intent(intents::Click{spec("", -1)}));
-  EXPECT_FALSE(mapped("click", "", 0));
-  EXPECT_FALSE(mapped("click", " \n\t", 0));
-  // White space beyond ASCII's is trimmed too: no-break, ideographic, line separator.
-  EXPECT_EQ(mapped("click", "\u00a0Sign in\u3000\u2028", 0), Intent(intents::Click{spec("Sign in")}));
-  EXPECT_FALSE(mapped("click", "\u00a0\u2003", 0));
-
-  EXPECT_EQ(mapped("open_link", "pricing", 0), Intent(intents::OpenLink{spec("pricing")}));
-  EXPECT_EQ(mapped("open_link", "", 3), Intent(intents::OpenLink{spec("", 3)}));
-  EXPECT_FALSE(mapped("open_link", "  ", 0));
-}
-
-TEST(IntentMapper, FindAndScrollToNeedATarget) {
-  EXPECT_EQ(mapped("find", " shipping costs "), Intent(intents::Find{"shipping costs"}));
-  EXPECT_FALSE(mapped("find", "\n"));
-  EXPECT_EQ(mapped("scroll_to", "Reviews"), Intent(intents::Scroll{{ScrollSpec::Kind::section, "Reviews"}}));
-  EXPECT_FALSE(mapped("scroll_to", ""));
+TEST(IntentMapper, ActionsOnATargetNeedOneOrAnOrdinal) {
+  using SK = ScrollSpec::Kind;
+  struct Case {
+    const char* action;
+    const char* target;
+    int ordinal;
+    std::optional<Intent> expected;
+  };
+  const Case cases[] = {
+      {"click", "  blue shirt\n", 2, intents::Click{{"blue shirt", 2}}},
+      {"click", "Sign in", 0, intents::Click{{"Sign in"}}},
+      {"click", "", 2, intents::Click{{"", 2}}},
+      {"click", "", -1, intents::Click{{"", -1}}},
+      {"click", "", 0, std::nullopt},
+      {"click", " \n\t", 0, std::nullopt},
+      // White space beyond ASCII's is trimmed too: no-break, ideographic, line separator.
+      {"click", "\u00a0Sign in\u3000\u2028", 0, intents::Click{{"Sign in"}}},
+      {"click", "\u00a0\u2003", 0, std::nullopt},
+      {"open_link", "pricing", 0, intents::OpenLink{{"pricing"}}},
+      {"open_link", "", 3, intents::OpenLink{{"", 3}}},
+      {"open_link", "  ", 0, std::nullopt},
+      {"find", " shipping costs ", 0, intents::Find{"shipping costs"}},
+      {"find", "\n", 0, std::nullopt},
+      {"scroll_to", "Reviews", 0, intents::Scroll{{SK::section, "Reviews"}}},
+      {"scroll_to", "", 0, std::nullopt},
+  };
+  for (const Case& c : cases)
+    EXPECT_EQ(mapped(c.action, c.target, c.ordinal), c.expected) << c.action << " “" << c.target << "” " << c.ordinal;
 }
 
 TEST(IntentMapper, AskKeepsTheCommandAsTypedNotTheModelsWording) {
@@ -89,18 +88,13 @@ TEST(IntentMapper, AskKeepsTheCommandAsTypedNotTheModelsWording) {
 }
 
 TEST(IntentMapper, TypeOnlyWhatTheUserWrote) {
-  intents::Type into;
-  into.text = "hello";
-  into.field = spec("search box", std::nullopt, RoleHint::field);
-  EXPECT_EQ(mapped("type", "", 0, "hello", "search box", "put hello in the search box"), Intent(into));
-
+  EXPECT_EQ(mapped("type", "", 0, "hello", "search box", "put hello in the search box"),
+            Intent(intents::Type{"hello", TargetSpec{"search box", {}, RoleHint::field}, false}));
   // The model invented the text: nothing is typed.
   EXPECT_FALSE(mapped("type", "", 0, "hello", "search box", "search for shoes"));
   EXPECT_FALSE(mapped("type", "", 0, "", "search box", "type into the search box"));
-
-  intents::Type focused;
-  focused.text = "Hello World";
-  EXPECT_EQ(mapped("type", "", 0, "Hello World", "", "enter hello world please"), Intent(focused));
+  EXPECT_EQ(mapped("type", "", 0, "Hello World", "", "enter hello world please"),
+            Intent(intents::Type{"Hello World", std::nullopt, false}));
 }
 
 TEST(IntentMapper, TypedTextIsFoundIgnoringCaseBeyondAscii) {

@@ -11,30 +11,27 @@ namespace {
 using testing::StandInModel;
 using testing::StandInSystemModel;
 
-TEST(LocalAIStatus, PrefersTheOwnModelThenTheSystemModelThenTheRules) {
+TEST(LocalAIStatus, NamesTheFirstUsableModelOwnThenSystemElseTheRules) {
+  const std::string rules = "No local model \u2014 using built-in rules";
   StandInModel own;
   StandInSystemModel system;
   EXPECT_EQ(LocalAI(&own, &system).statusText(), "Local AI: Qwen2.5 1.5B");
   EXPECT_EQ(LocalAI(nullptr, &system).statusText(), "Local AI: Apple Intelligence");
-  EXPECT_EQ(LocalAI(nullptr, nullptr).statusText(), "No local model \u2014 using built-in rules");
-  system.isAvailable = false;
-  EXPECT_EQ(LocalAI(nullptr, &system).statusText(), "No local model \u2014 using built-in rules");
-}
+  EXPECT_EQ(LocalAI(nullptr, nullptr).statusText(), rules);
 
-TEST(LocalAIStatus, AnInstalledModelThatFailedToLoadIsNotUsable) {
-  StandInModel own;
+  // An installed model that failed to load is not usable, and its error is kept.
   own.loadError = "tensor blk.0.attn_q.weight is missing";
-  StandInSystemModel system;
   LocalAI ai(&own, &system);
   EXPECT_FALSE(ai.ownModelUsable());
   EXPECT_EQ(ai.statusText(), "Local AI: Apple Intelligence");
   EXPECT_EQ(ai.lastError(), own.loadError);
   system.isAvailable = false;
-  EXPECT_EQ(ai.statusText(), "No local model \u2014 using built-in rules");
+  EXPECT_EQ(ai.statusText(), rules);
+  EXPECT_EQ(LocalAI(nullptr, &system).statusText(), rules);
 
   own.loadError.reset();
   own.isInstalled = false;
-  EXPECT_EQ(LocalAI(&own, nullptr).statusText(), "No local model \u2014 using built-in rules");
+  EXPECT_EQ(LocalAI(&own, nullptr).statusText(), rules);
 }
 
 TEST(LocalAIWithoutModels, AnswersNothing) {
@@ -97,7 +94,7 @@ TEST(LocalAIParseIntent, AsksTheOwnModelForOneLineAndStopsItThere) {
   }
 }
 
-TEST(LocalAIChoose, ReadsTheDigitsOfTheReply) {
+TEST(LocalAIChoose, AsksForTheNumberOfAnOptionAndReadsTheDigitsOfTheReply) {
   const std::vector<std::string> options = {"Sign in", "Sign up", "Help", "Cart", "Search"};
   StandInSystemModel system;
   system.choiceReply = LLMChoice{4};
@@ -113,35 +110,28 @@ TEST(LocalAIChoose, ReadsTheDigitsOfTheReply) {
     system.calls = 0;
     EXPECT_EQ(LocalAI(&own, &system).choose("log in", options), c.index) << c.reply;
     EXPECT_EQ(system.calls, c.systemCalls) << c.reply;
+    // The own model is asked for a number among the numbered options.
+    auto asked = own.requests();
+    ASSERT_EQ(asked.size(), 1u);
+    EXPECT_EQ(asked[0].system, prompts::chooseLine);
+    EXPECT_EQ(asked[0].user, "User wants: log in\nOptions:\n0: Sign in\n1: Sign up\n2: Help\n3: Cart\n4: Search");
+    EXPECT_EQ(asked[0].maxTokens, 4);
   }
 }
 
-TEST(LocalAIChoose, WritesNumberedOptionsWithTheChoicePrompt) {
-  StandInModel own({"1"});
-  EXPECT_EQ(LocalAI(&own, nullptr).choose("the blue one", {"Red shirt", "Blue shirt"}), 1);
-  auto asked = own.requests();
-  ASSERT_EQ(asked.size(), 1u);
-  EXPECT_EQ(asked[0].system, prompts::chooseLine);
-  EXPECT_EQ(asked[0].user, "User wants: the blue one\nOptions:\n0: Red shirt\n1: Blue shirt");
-  EXPECT_EQ(asked[0].maxTokens, 4);
-}
-
-TEST(LocalAIChoose, NoOptionsNeverReachAModel) {
+TEST(LocalAIChoose, TheSystemModelsIndexMustBeInRangeAndNoOptionsAskNobody) {
   StandInModel own({"0"});
   StandInSystemModel system;
   system.choiceReply = LLMChoice{0};
   EXPECT_FALSE(LocalAI(&own, &system).choose("anything", {}));
   EXPECT_TRUE(own.requests().empty());
   EXPECT_EQ(system.calls, 0);
-}
 
-TEST(LocalAIChoose, TheSystemModelsIndexMustBeInRange) {
-  StandInSystemModel system;
   LocalAI ai(nullptr, &system);
-  system.choiceReply = LLMChoice{2};
-  EXPECT_FALSE(ai.choose("x", {"a", "b"}));
-  system.choiceReply = LLMChoice{-1};
-  EXPECT_FALSE(ai.choose("x", {"a", "b"}));
+  for (int outside : {2, -1}) {
+    system.choiceReply = LLMChoice{outside};
+    EXPECT_FALSE(ai.choose("x", {"a", "b"})) << outside;
+  }
   system.choiceReply = LLMChoice{1};
   EXPECT_EQ(ai.choose("x", {"a", "b"}), 1);
   EXPECT_EQ(system.messages.back(), "User wants: x\nOptions:\n0: a\n1: b");

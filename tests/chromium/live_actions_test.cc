@@ -1,4 +1,7 @@
 // Acting on the live page through the seam, checked against the page's own state afterwards.
+// What the typed commands in live_commands_test already drive through the same calls (toolbar
+// presses, typing and replacing, masked passwords, Return, Tab, the clipboard keys, switching,
+// opening and closing tabs, scrolling an element into view) is not repeated here.
 #include "live_fixture.h"
 
 namespace skimlet::testing {
@@ -16,7 +19,7 @@ class LiveActions : public LiveTest {
   std::string activeTitle() { return js("document.title").get<std::string>(); }
 };
 
-TEST_F(LiveActions, PressClicksButtonsCheckBoxesAndLinks) {
+TEST_F(LiveActions, PressClicksButtonsAndCheckBoxesButNotDisabledOnes) {
   load("signin.html");
   EXPECT_EQ(ax().performAction(element("AXButton", "Sign in").element, "AXPress"), ax::Error::success);
   EXPECT_EQ(js("window.clicks.join(',')"), "submit");
@@ -32,23 +35,13 @@ TEST_F(LiveActions, PressClicksButtonsCheckBoxesAndLinks) {
   EXPECT_EQ(events[0].role, "AXButton");
   EXPECT_EQ(events[0].label, "Sign in");
 
-  // A link press follows the link, and the toolbar's Back and Forward follow the history.
-  EXPECT_EQ(ax().performAction(element("AXLink", "Read our article").element, "AXPress"), ax::Error::success);
-  EXPECT_EQ(activeTitle(), "The Quiet Harbour");
-  auto back = element("AXButton", "Back");
-  EXPECT_TRUE(back.enabled);
-  EXPECT_EQ(ax().performAction(back.element, "AXPress"), ax::Error::success);
-  EXPECT_EQ(activeTitle(), "Sign in - Example Shop");
-  EXPECT_EQ(ax().performAction(element("AXButton", "Forward").element, "AXPress"), ax::Error::success);
-  EXPECT_EQ(activeTitle(), "The Quiet Harbour");
   // A disabled toolbar button does not take the press.
-  load("signin.html");
   auto forward = element("AXButton", "Forward");
   EXPECT_FALSE(forward.enabled);
   EXPECT_EQ(ax().performAction(forward.element, "AXPress"), ax::Error::cannotComplete);
 }
 
-TEST_F(LiveActions, FocusValuesAndTyping) {
+TEST_F(LiveActions, FocusAndValues) {
   load("signin.html");
   auto email = element("AXTextField", "Email address");
   bool settable = false;
@@ -60,16 +53,8 @@ TEST_F(LiveActions, FocusValuesAndTyping) {
   ax().copyAttributeValue(app(), "AXFocusedUIElement", focused);
   EXPECT_TRUE(std::get<ax::ElementRef>(focused) == email.element);
 
-  type(u"me@example.com");
-  EXPECT_EQ(js("document.getElementById('email').value"), "me@example.com");
-  // Command-A then typing replaces the field's text.
-  input().postKey(pid(), 0, keyflags::command);
-  type(u"you@example.org");
-  EXPECT_EQ(js("document.getElementById('email').value"), "you@example.org");
-  EXPECT_EQ(element("AXTextField", "Email address").value, "you@example.org");
-
   // Setting the value directly fires the events a page listens for.
-  int inputsBefore = js("window.emailInputs").get<int>();
+  int inputsBefore = js("window.emailInputs || 0").get<int>();
   EXPECT_EQ(ax().setAttributeValue(email.element, "AXValue", std::string("set@example.com")), ax::Error::success);
   EXPECT_EQ(js("document.getElementById('email').value"), "set@example.com");
   EXPECT_EQ(js("window.emailInputs").get<int>(), inputsBefore + 1);
@@ -80,44 +65,21 @@ TEST_F(LiveActions, FocusValuesAndTyping) {
   EXPECT_EQ(ax().setAttributeValue(element("AXHeading", "Sign in").element, "AXValue", std::string("x")),
             ax::Error::attributeUnsupported);
 
-  // A password is typed for real but never shows in events or the page state.
-  ax().setAttributeValue(element("AXTextField", "Password").element, "AXFocused", true);
-  session().clearEvents();
-  type(u"hunter2");
-  EXPECT_EQ(js("document.getElementById('password').value"), "hunter2");
-  auto events = session().events();
-  ASSERT_EQ(events.size(), 1u);
-  EXPECT_EQ(events[0].type, Event::Type::type);
-  EXPECT_EQ(events[0].text, memory::maskedText);
-  EXPECT_EQ(session().pageState().focusedValue, std::optional<std::string>(memory::maskedText));
-
   // Unicode beyond the basic plane arrives whole.
   ax().setAttributeValue(element("AXTextArea", "Notes").element, "AXFocused", true);
   input().postText(pid(), u"\U0001F600");
   EXPECT_EQ(js("document.getElementById('notes').value"), "\U0001F600");
 }
 
-TEST_F(LiveActions, KeysReachThePageAsRealKeyEvents) {
+TEST_F(LiveActions, DeleteReachesThePageAsARealKeyEvent) {
   load("signin.html");
   ax().setAttributeValue(element("AXTextField", "Email address").element, "AXFocused", true);
   type(u"ab@example.orgx");
   input().postKey(pid(), 51, 0);  // Delete
   EXPECT_EQ(js("document.getElementById('email').value"), "ab@example.org");
-  input().postKey(pid(), 48, 0);  // Tab moves focus on
-  EXPECT_EQ(js("document.activeElement.id"), "phone");
-  input().postKey(pid(), 36, 0);  // Return submits the form
-  EXPECT_EQ(js("document.getElementById('status').textContent"), "Submitted as ab@example.org");
-  // Copy and paste go through the session's pasteboard.
-  ax().setAttributeValue(element("AXTextField", "Email address").element, "AXFocused", true);
-  input().postKey(pid(), 0, keyflags::command);
-  input().postKey(pid(), 8, keyflags::command);
-  EXPECT_EQ(session().platform().pasteboard.string(), std::optional<std::string>("ab@example.org"));
-  ax().setAttributeValue(element("AXTextField", "Full name").element, "AXFocused", true);
-  input().postKey(pid(), 9, keyflags::command);
-  EXPECT_EQ(js("document.getElementById('name').value"), "ab@example.org");
 }
 
-TEST_F(LiveActions, TabsOpenSwitchAndClose) {
+TEST_F(LiveActions, TabsOpenAndSwitch) {
   load("tab_one.html");
   session().platform().workspace.openURLs({site("tab_two.html"), site("article.html")}, session().app().bundlePath);
   EXPECT_EQ(browser().tabs().size(), 3u);
@@ -125,11 +87,7 @@ TEST_F(LiveActions, TabsOpenSwitchAndClose) {
 
   input().postKey(pid(), 18, keyflags::command);  // Command-1
   EXPECT_EQ(activeTitle(), "Tab one: weather");
-  input().postKey(pid(), 48, keyflags::control);  // Control-Tab
-  EXPECT_EQ(activeTitle(), "Tab two: tides");
-  input().postKey(pid(), 48, keyflags::controlShift);
-  EXPECT_EQ(activeTitle(), "Tab one: weather");
-  input().postKey(pid(), 25, keyflags::command);  // Command-9: the last tab
+  input().postKey(pid(), 25, keyflags::command);  // Command-9: the last tab, whatever the count
   EXPECT_EQ(activeTitle(), "The Quiet Harbour");
 
   // The tab strip's buttons show every page; pressing one brings it to front.
@@ -138,43 +96,21 @@ TEST_F(LiveActions, TabsOpenSwitchAndClose) {
   EXPECT_EQ(ax().performAction(tab.element, "AXPress"), ax::Error::success);
   EXPECT_EQ(activeTitle(), "Tab two: tides");
   EXPECT_EQ(element("AXRadioButton", "Tab two: tides").value, "1");
-
-  input().postKey(pid(), 13, keyflags::command);  // Command-W
-  EXPECT_EQ(browser().tabs().size(), 2u);
-  input().postKey(pid(), 17, keyflags::command);  // Command-T
-  EXPECT_EQ(browser().tabs().size(), 3u);
-  EXPECT_EQ(session().pageState().tabs, 3);
-
-  // A link with a target opens its page in a new tab in front.
-  load("tab_one.html");
-  ax().performAction(element("AXLink", "Open the tide table").element, "AXPress");
-  EXPECT_EQ(browser().tabs().size(), 2u);
-  EXPECT_EQ(activeTitle(), "Tab two: tides");
   auto state = session().pageState();
   EXPECT_EQ(state.title, "Tab two: tides");
   EXPECT_EQ(state.url, site("tab_two.html"));
 }
 
-TEST_F(LiveActions, ScrollingByPageToAnElementAndByWheel) {
+TEST_F(LiveActions, ScrollingByPageAndByWheel) {
   load("article.html");
   auto webArea = find(chrome(), "AXWebArea", "The Quiet Harbour");
   ASSERT_TRUE(webArea);
   EXPECT_EQ(ax().performAction(webArea->element, "AXScrollDownByPage"), ax::Error::success);
-  double down = js("scrollY").get<double>();
-  EXPECT_GT(down, 300);
+  EXPECT_GT(js("scrollY").get<double>(), 300);
   EXPECT_EQ(ax().performAction(webArea->element, "AXScrollUpByPage"), ax::Error::success);
   EXPECT_EQ(js("scrollY").get<double>(), 0);
 
-  auto opening = element("AXHeading", "Opening hours");
-  EXPECT_EQ(ax().performAction(opening.element, "AXScrollToVisible"), ax::Error::success);
-  EXPECT_TRUE(js("(() => { const r = [...document.querySelectorAll('h3')][0].getBoundingClientRect();"
-                 " return r.top >= 0 && r.bottom <= innerHeight; })()")
-                  .get<bool>());
-  auto moved = element("AXHeading", "Opening hours");
   Rect view = browser().viewportFrame();
-  EXPECT_GE(moved.frame->y, view.y);
-
-  js("window.scrollTo(0, 0)");
   input().postScrollWheel(Point{view.midX(), view.midY()}, 5);
   EXPECT_GT(js("scrollY").get<double>(), 0);
   auto events = session().events();

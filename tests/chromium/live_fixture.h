@@ -6,6 +6,7 @@
 
 #include <memory>
 #include <optional>
+#include <regex>
 #include <string>
 #include <vector>
 
@@ -107,26 +108,29 @@ class LiveTest : public ::testing::Test {
     ADD_FAILURE() << "“" << typed << "” asked a question instead of answering";
     return ActionResult::failure("not a result");
   }
-  // Every text an outcome shows the user, "Why?" lines included, one per line.
-  static std::string shownText(const Outcome& outcome) {
-    std::string all;
-    auto add = [&](const std::string& s) { all += s + "\n"; };
+  // Every text an outcome shows the user, "Why?" lines included, one line per part, with read
+  // times left out so that two runs of one command compare equal.
+  static std::vector<std::string> shown(const Outcome& outcome) {
+    static const std::regex readTime(R"( in \d+\.\d\ds)");
+    std::vector<std::string> lines;
+    auto why = [&](const std::vector<std::string>& debug) {
+      for (const auto& d : debug) lines.push_back("why: " + std::regex_replace(d, readTime, " in …s"));
+    };
     if (const ActionResult* r = outcome.result()) {
-      add(r->headline);
-      if (r->body) add(*r->body);
-      if (r->copyText) add(*r->copyText);
-      for (const auto& i : r->items) add(i.text);
-      for (const auto& d : r->debug) add(d);
+      lines.push_back("kind: " + std::to_string(static_cast<int>(r->kind)));
+      lines.push_back("headline: " + r->headline);
+      lines.push_back("body: " + r->body.value_or("(none)"));
+      lines.push_back("copy: " + r->copyText.value_or("(none)"));
+      for (const auto& i : r->items) lines.push_back("item: " + i.text);
+      why(r->debug);
     } else if (const Confirmation* c = outcome.confirm()) {
-      add(c->title);
-      add(c->message);
-      add(c->confirmLabel);
-      for (const auto& d : c->debug) add(d);
+      lines.push_back("confirm: " + c->title + " / " + c->message + " / " + c->confirmLabel);
+      why(c->debug);
     } else if (const ChoiceSet* set = outcome.choose()) {
-      add(set->prompt);
-      for (const auto& o : set->options) add(o.title + " — " + o.subtitle);
+      lines.push_back("choose: " + set->prompt);
+      for (const auto& o : set->options) lines.push_back("option: " + o.title + " — " + o.subtitle);
     }
-    return all;
+    return lines;
   }
 
   static inline std::unique_ptr<memory::MemorySettings> settings_;

@@ -2,36 +2,11 @@
 // same commands answer the same outcomes on both (apart from how long the read took).
 #include <gmock/gmock.h>
 
-#include <regex>
-
 #include "backends/memory/backend.h"
 #include "live_fixture.h"
 
 namespace skimlet::testing {
 namespace {
-
-// What the user sees of an outcome, one line per part, with read times left out.
-std::vector<std::string> seen(const Outcome& outcome) {
-  static const std::regex readTime(R"( in \d+\.\d\ds)");
-  std::vector<std::string> lines;
-  auto why = [&](const std::vector<std::string>& debug) {
-    for (const auto& d : debug) lines.push_back("why: " + std::regex_replace(d, readTime, " in …s"));
-  };
-  if (const ActionResult* r = outcome.result()) {
-    lines.push_back("kind: " + std::to_string(static_cast<int>(r->kind)));
-    lines.push_back("headline: " + r->headline);
-    lines.push_back("body: " + r->body.value_or("(none)"));
-    for (const auto& i : r->items) lines.push_back("item: " + i.text);
-    why(r->debug);
-  } else if (const Confirmation* c = outcome.confirm()) {
-    lines.push_back("confirm: " + c->title + " / " + c->message + " / " + c->confirmLabel);
-    why(c->debug);
-  } else if (const ChoiceSet* set = outcome.choose()) {
-    lines.push_back("choose: " + set->prompt);
-    for (const auto& o : set->options) lines.push_back("option: " + o.title + " — " + o.subtitle);
-  }
-  return lines;
-}
 
 struct PageCommands {
   const char* page;  // under tests/site, recorded as tests/pages/recorded/<name>.json
@@ -72,7 +47,7 @@ TEST_F(LiveReplay, RecordedPagesAnswerLikeTheLivePages) {
       SCOPED_TRACE(std::string(p.page) + ": " + typed);
       load(p.page);
       // Element by element, so a difference names the line where it starts.
-      EXPECT_THAT(seen(command(typed)), ::testing::ElementsAreArray(seen(onRecording(recording, typed))));
+      EXPECT_THAT(shown(command(typed)), ::testing::ElementsAreArray(shown(onRecording(recording, typed))));
     }
   }
 }

@@ -14,31 +14,23 @@
 namespace skimlet {
 namespace {
 
+using testing::bytesOf;
+using testing::f32Bytes;
 using testing::GGUFWriter;
 using testing::scratchPath;
 using testing::writeBytes;
 
-std::string messageOf(const std::string& path) {
+// The message of the GGUFError that `call` throws ("" when it throws none).
+template <typename Call>
+std::string errorOf(Call call) {
   try {
-    GGUFFile f(path);
+    call();
   } catch (const GGUFError& e) {
     return e.what();
   }
   return "";
 }
-
-template <typename T>
-std::vector<uint8_t> le(T v) {
-  std::vector<uint8_t> b(sizeof(T));
-  std::memcpy(b.data(), &v, sizeof(T));
-  return b;
-}
-
-std::vector<uint8_t> f32Bytes(std::vector<float> v) {
-  std::vector<uint8_t> b(v.size() * 4);
-  std::memcpy(b.data(), v.data(), b.size());
-  return b;
-}
+std::string messageOf(const std::string& path) { return errorOf([&] { GGUFFile f(path); }); }
 
 std::string written(GGUFWriter& w, const std::string& name = "model.gguf") {
   std::string path = scratchPath(name);
@@ -85,8 +77,8 @@ TEST(GGUFFile, EveryValueTypeReadsAsItsKind) {
   GGUFWriter w;
   w.addRaw("u8", 0, {250});
   w.addRaw("i8", 1, {static_cast<uint8_t>(-5)});
-  w.addRaw("u16", 2, le<uint16_t>(65000));
-  w.addRaw("i16", 3, le<int16_t>(-300));
+  w.addRaw("u16", 2, bytesOf<uint16_t>(65000));
+  w.addRaw("i16", 3, bytesOf<int16_t>(-300));
   w.addU32("u32", 4000000000u);
   w.addI32("i32", -70000);
   w.addF32("f32", 0.1f);
@@ -94,8 +86,8 @@ TEST(GGUFFile, EveryValueTypeReadsAsItsKind) {
   w.addRaw("no", 7, {0});
   w.addString("s", "qwen2");
   w.addU64("u64", 0xFFFFFFFFFFFFFFFFull);
-  w.addRaw("i64", 11, le<int64_t>(-(int64_t{1} << 40)));
-  w.addRaw("f64", 12, le<double>(2.5));
+  w.addRaw("i64", 11, bytesOf<int64_t>(-(int64_t{1} << 40)));
+  w.addRaw("f64", 12, bytesOf<double>(2.5));
   w.addString("broken", std::string("a\xFF") + "b\xE2\x82");
   GGUFFile f(written(w));
 
@@ -131,8 +123,8 @@ TEST(GGUFFile, OnlyTheVocabularyAndMergeListsAreKept) {
   w.addStrings("tokenizer.ggml.merges", {"a b"});
   w.addStrings("general.tags", {"x", "y"});
   w.addF32Array("tokenizer.ggml.scores", {1, 2, 3});
-  std::vector<uint8_t> bools = le<uint32_t>(7);
-  for (uint8_t b : le<int64_t>(3)) bools.push_back(b);
+  std::vector<uint8_t> bools = bytesOf<uint32_t>(7);
+  for (uint8_t b : bytesOf<int64_t>(3)) bools.push_back(b);
   bools.insert(bools.end(), {1, 0, 1});
   w.addRaw("flags", 9, bools);
   w.addU32("after", 7);  // read correctly only if every skipped array advanced exactly
@@ -159,8 +151,8 @@ TEST(GGUFFile, UnsupportedValueAndArrayTypes) {
   for (uint32_t element : {9u, 13u}) {
     for (int64_t count : {int64_t{1}, int64_t{-1}}) {
       GGUFWriter nested;
-      std::vector<uint8_t> payload = le<uint32_t>(element);
-      for (uint8_t b : le<int64_t>(count)) payload.push_back(b);
+      std::vector<uint8_t> payload = bytesOf<uint32_t>(element);
+      for (uint8_t b : bytesOf<int64_t>(count)) payload.push_back(b);
       nested.addRaw("x", 9, payload);
       EXPECT_EQ(messageOf(written(nested, "nested.gguf")), "Unsupported GGUF array type") << element << " " << count;
     }
@@ -222,20 +214,12 @@ TEST(GGUFFile, MatricesAndVectors) {
   EXPECT_EQ(f.vector("h"), (std::vector<float>{1, -2, 0.5f, 0}));
   EXPECT_EQ(f.tensors.at("h").dims, (std::vector<int64_t>{2, 2}));
 
-  auto fails = [&](auto call) {
-    try {
-      call();
-    } catch (const GGUFError& e) {
-      return std::string(e.what());
-    }
-    return std::string();
-  };
-  EXPECT_EQ(fails([&] { f.matrix("flat"); }), "Missing tensor flat");
-  EXPECT_EQ(fails([&] { f.matrix("absent"); }), "Missing tensor absent");
-  EXPECT_EQ(fails([&] { f.matrix("odd"); }), "Unsupported quantization (type 2) in odd");
-  EXPECT_EQ(fails([&] { f.matrix("q4_1"); }), "Unsupported quantization (type 3) in q4_1");
-  EXPECT_EQ(fails([&] { f.vector("absent"); }), "Missing tensor absent");
-  EXPECT_EQ(fails([&] { f.vector("odd"); }), "Unsupported type in odd");
+  EXPECT_EQ(errorOf([&] { f.matrix("flat"); }), "Missing tensor flat");
+  EXPECT_EQ(errorOf([&] { f.matrix("absent"); }), "Missing tensor absent");
+  EXPECT_EQ(errorOf([&] { f.matrix("odd"); }), "Unsupported quantization (type 2) in odd");
+  EXPECT_EQ(errorOf([&] { f.matrix("q4_1"); }), "Unsupported quantization (type 3) in q4_1");
+  EXPECT_EQ(errorOf([&] { f.vector("absent"); }), "Missing tensor absent");
+  EXPECT_EQ(errorOf([&] { f.vector("odd"); }), "Unsupported type in odd");
 }
 
 TEST(GGUFFile, CorruptFilesFailWithoutReadingOutsideTheFile) {
@@ -252,20 +236,20 @@ TEST(GGUFFile, CorruptFilesFailWithoutReadingOutsideTheFile) {
     return messageOf(scratchPath(name));
   };
   // Huge counts and lengths at the metadata count, the key length and the vocabulary length.
-  EXPECT_EQ(openPatched("count.gguf", 16, le<uint64_t>(1ull << 60)), "Truncated model file");
-  EXPECT_EQ(openPatched("key.gguf", 24, le<uint64_t>(1ull << 40)), "Truncated model file");
+  EXPECT_EQ(openPatched("count.gguf", 16, bytesOf<uint64_t>(1ull << 60)), "Truncated model file");
+  EXPECT_EQ(openPatched("key.gguf", 24, bytesOf<uint64_t>(1ull << 40)), "Truncated model file");
   const size_t listCount = 24 + 8 + 21 + 4 + 4;
-  EXPECT_EQ(openPatched("list.gguf", listCount, le<uint64_t>(1ull << 40)), "Truncated model file");
-  EXPECT_EQ(openPatched("negative.gguf", listCount, le<uint64_t>(~0ull)), "Truncated model file");
+  EXPECT_EQ(openPatched("list.gguf", listCount, bytesOf<uint64_t>(1ull << 40)), "Truncated model file");
+  EXPECT_EQ(openPatched("negative.gguf", listCount, bytesOf<uint64_t>(~0ull)), "Truncated model file");
 
   // A tensor pointing past the end of the data fails when it is asked for.
   std::vector<uint8_t> bytes = good;
-  std::vector<uint8_t> entry = le<uint64_t>(1);  // the directory entry: name length, "m"
+  std::vector<uint8_t> entry = bytesOf<uint64_t>(1);  // the directory entry: name length, "m"
   entry.push_back('m');
   auto it = std::search(bytes.begin(), bytes.end(), entry.begin(), entry.end());
   ASSERT_NE(it, bytes.end());
   const size_t offsetAt = (it - bytes.begin()) + entry.size() + 4 + 16 + 4;
-  auto far = le<uint64_t>(1ull << 40);
+  auto far = bytesOf<uint64_t>(1ull << 40);
   std::copy(far.begin(), far.end(), bytes.begin() + offsetAt);
   bytes.resize(1100, 0);
   writeBytes(scratchPath("offset.gguf"), bytes);

@@ -31,12 +31,6 @@ constexpr int kVocab = 300;  // bytes are ids 0-255; the last three are the mark
 constexpr int kEndOfText = kVocab - 3, kImEnd = kVocab - 1;
 constexpr int kNewline = '\n';  // a chat prompt always ends with this token
 
-std::vector<uint8_t> floats(const std::vector<float>& v) {
-  std::vector<uint8_t> out(v.size() * sizeof(float));
-  std::memcpy(out.data(), v.data(), out.size());
-  return out;
-}
-
 // A model whose next token depends on the current token alone, by a table: every layer's
 // weights are zero, so each position's state is its token's one-hot embedding, and the output
 // row of `next[t]` is the only one that sees token t. Tokens not in the table end the text.
@@ -64,13 +58,12 @@ void writeScriptedModel(const std::string& path, const std::map<int, int>& next,
   }
   using GGMLType::f32;
   auto zeros = [&](const std::string& name, int64_t cols, int64_t rows) {
-    w.addTensor(name, {cols, rows}, f32, floats(std::vector<float>(static_cast<size_t>(cols * rows), 0.0f)));
+    w.addTensor(name, {cols, rows}, f32, testing::f32Bytes(std::vector<float>(static_cast<size_t>(cols * rows), 0.0f)));
   };
-  w.addTensor("token_embd.weight", {E, kVocab}, f32, floats(embd));
-  w.addTensor("output.weight", {E, kVocab}, f32, floats(out));
-  w.addTensor("output_norm.weight", {E}, f32, floats(std::vector<float>(E, 1.0f)));
-  w.addTensor("blk.0.attn_norm.weight", {E}, f32, floats(std::vector<float>(E, 1.0f)));
-  w.addTensor("blk.0.ffn_norm.weight", {E}, f32, floats(std::vector<float>(E, 1.0f)));
+  w.addTensor("token_embd.weight", {E, kVocab}, f32, testing::f32Bytes(embd));
+  w.addTensor("output.weight", {E, kVocab}, f32, testing::f32Bytes(out));
+  for (const char* norm : {"output_norm.weight", "blk.0.attn_norm.weight", "blk.0.ffn_norm.weight"})
+    w.addTensor(norm, {E}, f32, testing::f32Bytes(std::vector<float>(E, 1.0f)));
   zeros("blk.0.attn_q.weight", E, heads * hd);
   zeros("blk.0.attn_k.weight", E, kv * hd);
   zeros("blk.0.attn_v.weight", E, kv * hd);
@@ -244,47 +237,47 @@ TEST(LocalModelRuntime, RequestsRunOneAfterAnotherInOrder) {
   EXPECT_EQ(events, (std::vector<std::string>{"first a", "first ab", "first aba", "third a", "third ab"}));
 }
 
-TEST(LocalModelRuntime, LongUserTextsAreCutByAFifthUntilTheyFit) {
+// A user text too long for the context loses a fifth at a time until the prompt and the answer
+// fit; one of 200 characters or fewer is never cut, and then nothing runs (nor is it an error).
+TEST(LocalModelRuntime, LongUserTextsAreCutByAFifthUntilTheyFitShortOnesNever) {
   const std::string path = scratchPath("model.gguf");
   writeScriptedModel(path, kEndless);
-
-  // Every "x" is one token. 2300 characters → 1840 (still too long with 220 new tokens in 2048)
-  // → 1472.
-  LocalModelRuntime runtime(at(path, 2048));
-  EXPECT_EQ(runtime.generate("Answer briefly.", std::string(2300, 'x'), 220).value_or("").size(), 220u);
-  auto stats = runtime.lastRun();
-  ASSERT_TRUE(stats);
-  EXPECT_EQ(stats->userCharacters, 1472);
-  EXPECT_LE(stats->promptTokens + 220, 2048);
-  EXPECT_GT(stats->promptTokens, 1472);
-
-  // A prompt that fits is left alone.
-  EXPECT_TRUE(runtime.generate("Answer briefly.", std::string(1000, 'x'), 220));
-  EXPECT_EQ(runtime.lastRun()->userCharacters, 1000);
-
-  // 240 characters are cut once more, to 192, although the cut goes below 201.
-  LocalModelRuntime small(at(path, 256));
-  EXPECT_TRUE(small.generate("", std::string(300, 'x'), 20));
-  EXPECT_EQ(small.lastRun()->userCharacters, 192);
-}
-
-TEST(LocalModelRuntime, ShortUserTextsAreNeverCutEvenWhenNothingThenFits) {
-  const std::string path = scratchPath("model.gguf");
-  writeScriptedModel(path, kEndless);
-  LocalModelRuntime runtime(at(path, 200));
-  EXPECT_EQ(runtime.generate("", std::string(200, 'x'), 10), std::nullopt);
-  EXPECT_EQ(runtime.lastRun(), std::nullopt);
-  EXPECT_EQ(runtime.lastError(), std::nullopt);  // not a failure of the model
-
-  // Characters, not bytes: 150 two-byte characters (300 tokens) are too short to cut.
-  LocalModelRuntime wider(at(path, 320));
-  std::string accents;
+  std::string accents;  // 150 characters, 300 bytes and so 300 tokens
   for (int i = 0; i < 150; ++i) accents += "\xC3\xA9";
-  EXPECT_EQ(wider.generate("", accents, 10), std::nullopt);
-  // With room for them the same text runs whole.
-  LocalModelRuntime roomy(at(path, 400));
-  EXPECT_TRUE(roomy.generate("", accents, 10));
-  EXPECT_EQ(roomy.lastRun()->userCharacters, 150);
+  struct Case {
+    const char* what;
+    int context;
+    std::string user;
+    int maxTokens;
+    std::optional<int> userCharacters;  // none: nothing runs
+  };
+  const Case cases[] = {
+      // Every "x" is one token: 2300 → 1840 (still too long with 220 new tokens in 2048) → 1472.
+      {"cut twice", 2048, std::string(2300, 'x'), 220, 1472},
+      {"fits", 2048, std::string(1000, 'x'), 220, 1000},
+      // 240 characters are cut once more, to 192, although the cut goes below 201.
+      {"cut below 201", 256, std::string(300, 'x'), 20, 192},
+      {"too short to cut", 200, std::string(200, 'x'), 10, std::nullopt},
+      // Characters, not bytes, are counted: too short to cut, and whole when there is room.
+      {"two-byte characters", 320, accents, 10, std::nullopt},
+      {"two-byte characters with room", 400, accents, 10, 150},
+  };
+  for (const Case& c : cases) {
+    LocalModelRuntime runtime(at(path, c.context));
+    const auto text = runtime.generate("Answer briefly.", c.user, c.maxTokens);
+    EXPECT_EQ(runtime.lastError(), std::nullopt) << c.what;
+    if (!c.userCharacters) {
+      EXPECT_EQ(text, std::nullopt) << c.what;
+      EXPECT_EQ(runtime.lastRun(), std::nullopt) << c.what;
+      continue;
+    }
+    EXPECT_EQ(text.value_or("").size(), static_cast<size_t>(c.maxTokens)) << c.what;
+    const auto stats = runtime.lastRun();
+    ASSERT_TRUE(stats) << c.what;
+    EXPECT_EQ(stats->userCharacters, *c.userCharacters) << c.what;
+    EXPECT_GT(stats->promptTokens, *c.userCharacters) << c.what;
+    EXPECT_LE(stats->promptTokens + c.maxTokens, c.context) << c.what;
+  }
 }
 
 TEST(LocalModelRuntime, LoadFailuresAreRecordedAndRetried) {

@@ -14,13 +14,6 @@ using testing::button;
 using testing::group;
 using testing::text;
 
-memory::Recording windowWith(std::vector<Node> children) {
-  memory::Recording r;
-  r.app = {"Safari", "com.apple.Safari", 501, ""};
-  r.window = Node{.role = "AXWindow", .title = "Window", .children = std::move(children)};
-  return r;
-}
-
 std::vector<std::string> roles(const std::vector<PageElement>& elements) {
   std::vector<std::string> out;
   for (const auto& e : elements) out.push_back(e.role + (e.title.empty() ? "" : ":" + e.title));
@@ -32,7 +25,7 @@ std::vector<PageElement> crawl(memory::Backend& b, Crawler::Limits limits = Craw
 }
 
 TEST(Crawler, WalksInDocumentOrderWithDenseIdsParentsAndDepths) {
-  memory::Backend b(windowWith({group({Node{.role = "AXHeading", .title = "A"}, group({button("A1")}), button("A2")}),
+  memory::Backend b(testing::plainWindow({group({Node{.role = "AXHeading", .title = "A"}, group({button("A1")}), button("A2")}),
                                 button("B")}));
   auto elements = crawl(b);
   EXPECT_EQ(roles(elements), (std::vector<std::string>{"AXWindow:Window", "AXGroup", "AXHeading:A", "AXGroup",
@@ -50,13 +43,13 @@ TEST(Crawler, WalksInDocumentOrderWithDenseIdsParentsAndDepths) {
 }
 
 TEST(Crawler, NodeAndDepthLimits) {
-  memory::Backend lone(windowWith({}));
+  memory::Backend lone(testing::plainWindow({}));
   auto one = crawl(lone);
   ASSERT_EQ(one.size(), 1u);
   EXPECT_FALSE(one[0].parent);
   EXPECT_EQ(one[0].depth, 0);
 
-  memory::Backend b(windowWith({group({group({button("deep")})}), button("B")}));
+  memory::Backend b(testing::plainWindow({group({group({button("deep")})}), button("B")}));
   auto limits = Crawler::pageLimits;
   limits.maxNodes = 1;
   EXPECT_EQ(roles(crawl(b, limits)), (std::vector<std::string>{"AXWindow:Window"}));
@@ -70,7 +63,7 @@ TEST(Crawler, NodeAndDepthLimits) {
 }
 
 TEST(Crawler, StopsAtTheDeadlineCheckedOncePerElement) {
-  memory::Backend b(windowWith({button("1"), button("2"), button("3"), button("4")}));
+  memory::Backend b(testing::plainWindow({button("1"), button("2"), button("3"), button("4")}));
   b.setReadLatency(1.0);  // every element takes a second to read
   auto limits = Crawler::pageLimits;
   limits.timeLimit = 2.5;
@@ -83,7 +76,7 @@ TEST(Crawler, LeavesOutHiddenSubtreesAndKeepsIdsDense) {
   hidden.hidden = true;
   Node shown = button("shown");
   shown.hidden = false;
-  memory::Backend b(windowWith({hidden, shown, button("last")}));
+  memory::Backend b(testing::plainWindow({hidden, shown, button("last")}));
   auto elements = crawl(b);
   EXPECT_EQ(roles(elements), (std::vector<std::string>{"AXWindow:Window", "AXButton:shown", "AXButton:last"}));
   EXPECT_EQ(elements[2].id, 2);
@@ -94,7 +87,7 @@ TEST(Crawler, ReadsFieldsNeutrallyAndNeverAPasswordsValue) {
                 .enabled = false};
   Node plain{.role = "AXStaticText", .title = "t", .description = "d", .help = "h", .placeholder = "p",
              .value = 42.0, .frame = Rect{1, 2, 3, 4}, .actions = {"AXShowMenu"}};
-  memory::Backend b(windowWith({password, plain, group({}), button("B")}));
+  memory::Backend b(testing::plainWindow({password, plain, group({}), button("B")}));
   auto elements = crawl(b);
   ASSERT_EQ(elements.size(), 5u);
   EXPECT_EQ(elements[1].value, "");
@@ -117,7 +110,7 @@ TEST(Crawler, CutsLongValuesAtTwentyThousandCharacters) {
   std::string ascii(25000, 'a');
   std::string accented;
   for (int i = 0; i < 25000; ++i) accented += "é";
-  memory::Backend b(windowWith({text(ascii), text(accented), text(std::string(20000, 'b'))}));
+  memory::Backend b(testing::plainWindow({text(ascii), text(accented), text(std::string(20000, 'b'))}));
   auto elements = crawl(b);
   EXPECT_EQ(elements[1].value, std::string(20000, 'a'));
   EXPECT_EQ(elements[2].value.size(), 40000u);  // 20000 two-byte characters
@@ -126,7 +119,7 @@ TEST(Crawler, CutsLongValuesAtTwentyThousandCharacters) {
 
 TEST(Crawler, WebAreaStopsOnlyTheWindowCrawl) {
   Node area{.role = "AXWebArea", .title = "Page", .children = {button("in page")}};
-  memory::Backend b(windowWith({button("Back"), group({area})}));
+  memory::Backend b(testing::plainWindow({button("Back"), group({area})}));
   auto chrome = crawl(b, Crawler::windowLimits);
   EXPECT_EQ(roles(chrome), (std::vector<std::string>{"AXWindow:Window", "AXButton:Back", "AXGroup", "AXWebArea:Page"}));
   EXPECT_EQ(roles(crawl(b, Crawler::pageLimits)).back(), "AXButton:in page");
@@ -159,7 +152,7 @@ class CyclicAx : public testing::ForwardingAx {
 };
 
 TEST(Crawler, VisitsAnElementReachableTwiceOnce) {
-  memory::Backend b(windowWith({group({button("A")}), button("B")}));
+  memory::Backend b(testing::plainWindow({group({button("A")}), button("B")}));
   CyclicAx cyclic(b.ax(), b.window());
   auto elements = Crawler::crawl(cyclic, b.clock(), b.window(), Crawler::pageLimits);
   EXPECT_EQ(roles(elements), (std::vector<std::string>{"AXWindow:Window", "AXGroup", "AXButton:A", "AXButton:B"}));
@@ -176,7 +169,7 @@ class FailingAx : public testing::ForwardingAx {
 };
 
 TEST(Crawler, AFailedReadGivesANeutralElement) {
-  memory::Backend b(windowWith({button("B")}));
+  memory::Backend b(testing::plainWindow({button("B")}));
   FailingAx failing(b.ax());
   auto elements = Crawler::crawl(failing, b.clock(), b.window(), Crawler::pageLimits);
   ASSERT_EQ(elements.size(), 1u);

@@ -9,6 +9,7 @@
 #include "page/crawler.h"
 #include "page/roles.h"
 #include "support/forwarding_ax.h"
+#include "support/page_builder.h"
 
 namespace skimlet {
 namespace {
@@ -88,12 +89,8 @@ TEST(AXHelpers, RectNeedsBothPartsOfTheRightKindAndFiniteNumbers) {
 }
 
 memory::Recording page() {
-  memory::Recording r;
-  r.app = {"Safari", "com.apple.Safari", 501, ""};
-  r.window = memory::Node{.role = "AXWindow",
-                          .children = {memory::Node{.role = "AXButton", .title = "Go", .frame = Rect{10, 20, 30, 40},
-                                                    .actions = {"AXPress", "AXShowMenu"}}}};
-  return r;
+  return testing::plainWindow(
+      {memory::Node{.role = "AXButton", .title = "Go", .frame = Rect{10, 20, 30, 40}, .actions = {"AXPress", "AXShowMenu"}}});
 }
 
 // Answers a multi-attribute read with one value too few.

@@ -128,10 +128,7 @@ TEST(PageReaderLines, HeadingsAndTheirLevels) {
 }
 
 TEST(PageReaderLines, AHeadingLevelMissingFromTheCrawlIsReadLive) {
-  memory::Recording r;
-  r.app = {"Safari", "com.apple.Safari", 501, ""};
-  r.window = memory::Node{.role = "AXWindow", .children = {testing::heading("Live", 3)}};
-  memory::Backend b(r);
+  memory::Backend b(testing::plainWindow({testing::heading("Live", 3)}));
   PageElement h{.element = *b.find("AXHeading", "Live"), .role = "AXHeading", .title = "Live"};
   EXPECT_EQ(PageReader::lines({h}, &b.ax()).at(0).level, 3);
   EXPECT_EQ(PageReader::lines({h}).at(0).level, 2);

@@ -83,10 +83,29 @@ class Palette : public ::testing::Test {
 
   bool showed(const std::string& phase) const { return std::find(shown.begin(), shown.end(), phase) != shown.end(); }
 
+  // Opens the palette with `model` holding every request until it is stopped, submits a command
+  // the rules don't know, and waits until the model holds it.
+  bool submitHeld(StandInModel& model) {
+    model.onRequest = [this](std::stop_token stop) {
+      held = true;
+      waitUntil([&] { return stop.stop_requested(); });
+    };
+    open(shop(), &model);
+    vm->input = "show me more of this";
+    vm->submit();
+    return backend->runLoop().runUntil([&] { return held.load(); }, 20.0);
+  }
+  // Blocks a model's thread until `done`, for at most 20 seconds.
+  static void waitUntil(const std::function<bool()>& done) {
+    auto until = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+    while (!done() && std::chrono::steady_clock::now() < until) std::this_thread::sleep_for(std::chrono::milliseconds(2));
+  }
+
   std::unique_ptr<memory::Backend> backend;
   std::unique_ptr<BrowserTracker> tracker;
   std::shared_ptr<PaletteViewModel> vm;
   std::vector<std::string> shown;
+  std::atomic<bool> held = false;
 };
 
 TEST_F(Palette, BlankOrBrowserlessSubmissionsStartNothing) {
@@ -122,15 +141,11 @@ TEST_F(Palette, ACommandTheRulesKnowShowsItsTitleWhileItRuns) {
   EXPECT_NE(vm->engine(), first);
 }
 
-TEST_F(Palette, UnknownCommandsFallBackToFindOrAskByLength) {
+TEST_F(Palette, UnknownCommandsShowUnderstandingThenTheFallback) {
   open();
   run("organic cotton shirts anywhere");
   EXPECT_TRUE(showed("working: Understanding\u2026"));
   EXPECT_TRUE(showed("working: Find \u201corganic cotton shirts anywhere\u201d"));
-  shown.clear();
-  run("these shirts organic cotton maybe");
-  EXPECT_TRUE(showed("working: Understanding\u2026"));
-  EXPECT_TRUE(showed("working: Ask: these shirts organic cotton maybe"));
 }
 
 TEST_F(Palette, TheModelIsAskedOnlyWhenTheRulesFail) {
@@ -219,25 +234,9 @@ TEST_F(Palette, EscapeAndTypingStepBackOneLevel) {
   EXPECT_FALSE(vm->escape());
 }
 
-// A model that holds every request until it is told to stop.
-void holdUntilStopped(StandInModel& model, std::atomic<bool>& held) {
-  model.onRequest = [&held](std::stop_token stop) {
-    held = true;
-    auto until = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-    while (!stop.stop_requested() && std::chrono::steady_clock::now() < until) {
-      std::this_thread::sleep_for(std::chrono::milliseconds(2));
-    }
-  };
-}
-
 TEST_F(Palette, EscapeWhileWorkingStopsTheCommandForGood) {
   StandInModel model({"scroll_down||0||"});
-  std::atomic<bool> held = false;
-  holdUntilStopped(model, held);
-  open(shop(), &model);
-  vm->input = "show me more of this";
-  vm->submit();
-  ASSERT_TRUE(backend->runLoop().runUntil([&] { return held.load(); }, 20.0));
+  ASSERT_TRUE(submitHeld(model));
   backend->runLoop().runPending();
   EXPECT_EQ(shown.back(), "working: Understanding\u2026");
 
@@ -253,12 +252,7 @@ TEST_F(Palette, EscapeWhileWorkingStopsTheCommandForGood) {
 
 TEST_F(Palette, AClosedPaletteIsNotKeptAliveByItsCommand) {
   StandInModel model({"scroll_down||0||"});
-  std::atomic<bool> held = false;
-  holdUntilStopped(model, held);
-  open(shop(), &model);
-  vm->input = "show me more of this";
-  vm->submit();
-  ASSERT_TRUE(backend->runLoop().runUntil([&] { return held.load(); }, 20.0));
+  ASSERT_TRUE(submitHeld(model));
   std::weak_ptr<PaletteViewModel> weak = vm;
   vm.reset();
   EXPECT_TRUE(weak.expired());
@@ -282,10 +276,7 @@ TEST_F(Palette, AnswersStreamInAndTypingOverThemStopsTheCommand) {
   model.beforePiece = [&](int piece) {
     if (piece < 1) return;
     holding = true;
-    auto until = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-    while (!typed && std::chrono::steady_clock::now() < until) {
-      std::this_thread::sleep_for(std::chrono::milliseconds(2));
-    }
+    waitUntil([&] { return typed.load(); });
   };
   model.honoursStop = false;
   shown.clear();
@@ -304,13 +295,8 @@ TEST_F(Palette, AnswersStreamInAndTypingOverThemStopsTheCommand) {
 
 TEST_F(Palette, ANewCommandReplacesTheOneStillRunning) {
   StandInModel model({"scroll_down||0||"});
-  std::atomic<bool> held = false;
-  holdUntilStopped(model, held);
   model.honoursStop = false;  // once released it answers, as if it had not noticed the stop
-  open(shop(), &model);
-  vm->input = "show me more of this";
-  vm->submit();
-  ASSERT_TRUE(backend->runLoop().runUntil([&] { return held.load(); }, 20.0));
+  ASSERT_TRUE(submitHeld(model));
 
   run("Read page");
   auto* r = std::get_if<ActionResult>(&vm->phase());

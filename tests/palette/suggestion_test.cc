@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <set>
-
 namespace skimlet {
 namespace {
 
@@ -39,13 +37,6 @@ TEST(Suggestions, ScrollingChoicesOnceScrollIsTyped) {
     EXPECT_EQ(all[3].icon, "arrow.up.to.line");
   }
   EXPECT_EQ(suggestionsFor("scrol").size(), 5u);
-}
-
-TEST(Suggestions, EachInstanceHasItsOwnId) {
-  std::set<std::string> ids;
-  for (const auto& s : suggestionsFor("")) ids.insert(s.id);
-  for (const auto& s : suggestionsFor("")) ids.insert(s.id);
-  EXPECT_EQ(ids.size(), 10u);
 }
 
 }  // namespace

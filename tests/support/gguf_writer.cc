@@ -42,6 +42,15 @@ void quantizeQ8_0(const float* x, uint8_t* out) {
     out[2 + i] = static_cast<uint8_t>(static_cast<int8_t>(d > 0 ? std::clamp(nearest(x[i] / d), -127, 127) : 0));
 }
 
+// The twelve Q4_K scale bytes holding six-bit scales sc[8] and minimums m[8].
+void packQ4KScales(const uint8_t sc[8], const uint8_t m[8], uint8_t s[12]) {
+  for (int j = 0; j < 4; ++j) {
+    s[j] = static_cast<uint8_t>((sc[j] & 63) | ((sc[j + 4] >> 4) << 6));
+    s[j + 4] = static_cast<uint8_t>((m[j] & 63) | ((m[j + 4] >> 4) << 6));
+    s[j + 8] = static_cast<uint8_t>((sc[j + 4] & 15) | ((m[j + 4] & 15) << 4));
+  }
+}
+
 void quantizeQ4K(const float* x, uint8_t* out) {
   float scale[8], minimum[8];
   for (int j = 0; j < 8; ++j) {
@@ -105,14 +114,6 @@ void quantizeQ6K(const float* x, uint8_t* out) {
 
 }  // namespace
 
-void packQ4KScales(const uint8_t sc[8], const uint8_t m[8], uint8_t s[12]) {
-  for (int j = 0; j < 4; ++j) {
-    s[j] = static_cast<uint8_t>((sc[j] & 63) | ((sc[j + 4] >> 4) << 6));
-    s[j + 4] = static_cast<uint8_t>((m[j] & 63) | ((m[j + 4] >> 4) << 6));
-    s[j + 8] = static_cast<uint8_t>((sc[j + 4] & 15) | ((m[j + 4] & 15) << 4));
-  }
-}
-
 std::vector<uint8_t> quantize(uint32_t type, const float* x, int64_t n) {
   auto traits = GGMLType::traits(type);
   if (!traits) throw std::invalid_argument("unsupported type");
@@ -140,30 +141,10 @@ void GGUFWriter::addRaw(const std::string& key, uint32_t type, std::vector<uint8
   ++metaCount;
 }
 
-void GGUFWriter::addU32(const std::string& key, uint32_t v) {
-  std::vector<uint8_t> p;
-  put(p, v);
-  addRaw(key, 4, p);
-}
-
-void GGUFWriter::addI32(const std::string& key, int32_t v) {
-  std::vector<uint8_t> p;
-  put(p, v);
-  addRaw(key, 5, p);
-}
-
-void GGUFWriter::addU64(const std::string& key, uint64_t v) {
-  std::vector<uint8_t> p;
-  put(p, v);
-  addRaw(key, 10, p);
-}
-
-void GGUFWriter::addF32(const std::string& key, float v) {
-  std::vector<uint8_t> p;
-  put(p, v);
-  addRaw(key, 6, p);
-}
-
+void GGUFWriter::addU32(const std::string& key, uint32_t v) { addRaw(key, 4, bytesOf(v)); }
+void GGUFWriter::addI32(const std::string& key, int32_t v) { addRaw(key, 5, bytesOf(v)); }
+void GGUFWriter::addU64(const std::string& key, uint64_t v) { addRaw(key, 10, bytesOf(v)); }
+void GGUFWriter::addF32(const std::string& key, float v) { addRaw(key, 6, bytesOf(v)); }
 void GGUFWriter::addBool(const std::string& key, bool v) { addRaw(key, 7, {static_cast<uint8_t>(v)}); }
 
 void GGUFWriter::addString(const std::string& key, const std::string& v) {

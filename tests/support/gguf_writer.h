@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <cstring>
 #include <functional>
 #include <random>
 #include <set>
@@ -16,8 +17,19 @@ namespace skimlet::testing {
 // Q4_K, Q6_K), rounding to nearest; good enough to make valid, representative blocks.
 std::vector<uint8_t> quantize(uint32_t type, const float* x, int64_t n);
 
-// The twelve Q4_K scale bytes holding six-bit scales sc[8] and minimums m[8].
-void packQ4KScales(const uint8_t sc[8], const uint8_t m[8], uint8_t out[12]);
+// The bytes of a value as a GGUF file stores it (little-endian, as on every machine we build for).
+template <typename T>
+std::vector<uint8_t> bytesOf(T v) {
+  std::vector<uint8_t> b(sizeof(T));
+  std::memcpy(b.data(), &v, sizeof(T));
+  return b;
+}
+// F32 tensor data.
+inline std::vector<uint8_t> f32Bytes(const std::vector<float>& v) {
+  std::vector<uint8_t> b(v.size() * sizeof(float));
+  std::memcpy(b.data(), v.data(), b.size());
+  return b;
+}
 
 class GGUFWriter {
  public:

@@ -19,34 +19,9 @@ Node heading(std::string title, int level, std::vector<Node> children) {
   return Node{.role = "AXHeading", .title = std::move(title), .value = double(level), .children = std::move(children)};
 }
 
-Node link(std::string label, std::string url) {
-  return Node{.role = "AXLink",
-              .url = std::move(url),
-              .actions = {"AXPress", "AXShowMenu"},
-              .children = {text(std::move(label))}};
-}
-
 Node button(std::string title) {
   return Node{.role = "AXButton", .title = std::move(title), .actions = {"AXPress"}};
 }
-
-Node textField(std::string description, std::string placeholder, std::string value) {
-  Node n{.role = "AXTextField", .description = std::move(description), .placeholder = std::move(placeholder)};
-  n.value = std::move(value);
-  return n;
-}
-
-Node passwordField(std::string description, std::string value) {
-  Node n = textField(std::move(description), "", std::move(value));
-  n.subrole = "AXSecureTextField";
-  return n;
-}
-
-Node checkBox(std::string title, bool on) {
-  return Node{.role = "AXCheckBox", .title = std::move(title), .value = on ? 1.0 : 0.0, .actions = {"AXPress"}};
-}
-
-Node image(std::string description) { return Node{.role = "AXImage", .description = std::move(description)}; }
 
 Node webArea(std::string url, std::string title, std::vector<Node> children) {
   return Node{.role = "AXWebArea",
@@ -55,6 +30,13 @@ Node webArea(std::string url, std::string title, std::vector<Node> children) {
               .frame = Rect{0, 100, 1280, 700},
               .actions = {"AXScrollDownByPage", "AXScrollUpByPage"},
               .children = std::move(children)};
+}
+
+memory::Recording plainWindow(std::vector<Node> children, std::string title) {
+  memory::Recording r;
+  r.app = {"Safari", "com.apple.Safari", 501, ""};
+  r.window = Node{.role = "AXWindow", .title = std::move(title), .children = std::move(children)};
+  return r;
 }
 
 memory::Recording browserWindow(std::vector<Node> content, const std::string& bundleID, const std::string& url,

@@ -31,14 +31,11 @@ using memory::Node;
 Node group(std::vector<Node> children);
 Node text(std::string value);
 Node heading(std::string title, int level, std::vector<Node> children = {});
-// A link whose text is a static-text child, as browsers expose it.
-Node link(std::string label, std::string url);
 Node button(std::string title);
-Node textField(std::string description, std::string placeholder = "", std::string value = "");
-Node passwordField(std::string description, std::string value = "");
-Node checkBox(std::string title, bool on);
-Node image(std::string description);
 Node webArea(std::string url, std::string title, std::vector<Node> children);
+
+// A Safari window holding `children` directly, without a browser's toolbar, tabs or web area.
+memory::Recording plainWindow(std::vector<Node> children, std::string title = "Window");
 
 // A browser window around page content: a toolbar with "Back", "Forward" and "Reload", a tab
 // bar with one tab per title (the first selected), and the web area (1280×700 at y 100).

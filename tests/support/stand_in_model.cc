@@ -39,29 +39,4 @@ std::vector<StandInModel::Request> StandInModel::requests() const {
   return requests_;
 }
 
-std::optional<LLMIntent> StandInSystemModel::parseIntent(const std::string& command) {
-  ++calls;
-  messages.push_back(command);
-  return intentReply;
-}
-
-std::optional<LLMChoice> StandInSystemModel::choose(const std::string& userMessage) {
-  ++calls;
-  messages.push_back(userMessage);
-  return choiceReply;
-}
-
-std::optional<std::string> StandInSystemModel::summarize(const std::string& title, const std::string& text) {
-  ++calls;
-  messages.push_back(text);
-  return summaryReply;
-}
-
-std::optional<std::string> StandInSystemModel::answer(const std::string& question, const std::string& title,
-                                                      const std::string& excerpts) {
-  ++calls;
-  messages.push_back(question);
-  return answerReply;
-}
-
 }  // namespace skimlet::testing

@@ -61,11 +61,22 @@ class StandInSystemModel : public SystemModel {
   std::vector<std::string> messages;  // the command or user message of each request
 
   bool available() override { return isAvailable; }
-  std::optional<LLMIntent> parseIntent(const std::string& command) override;
-  std::optional<LLMChoice> choose(const std::string& userMessage) override;
-  std::optional<std::string> summarize(const std::string& title, const std::string& text) override;
-  std::optional<std::string> answer(const std::string& question, const std::string& title,
-                                    const std::string& excerpts) override;
+  std::optional<LLMIntent> parseIntent(const std::string& command) override { return asked(command, intentReply); }
+  std::optional<LLMChoice> choose(const std::string& userMessage) override { return asked(userMessage, choiceReply); }
+  std::optional<std::string> summarize(const std::string&, const std::string& text) override {
+    return asked(text, summaryReply);
+  }
+  std::optional<std::string> answer(const std::string& question, const std::string&, const std::string&) override {
+    return asked(question, answerReply);
+  }
+
+ private:
+  template <typename Reply>
+  Reply asked(const std::string& message, const Reply& reply) {
+    ++calls;
+    messages.push_back(message);
+    return reply;
+  }
 };
 
 }  // namespace skimlet::testing
