@@ -89,9 +89,21 @@ int browseCommand(const Args& args) {
   // web links as on a real site (Skimlet opens only http and https links).
   std::unique_ptr<LocalSite> site;
   std::string url = o.page;
+  const bool hasScheme = o.page.find("://") != std::string::npos || o.page.rfind("about:", 0) == 0;
+  if (!hasScheme && !std::filesystem::exists(o.page)) {
+    // "example.com/shop" is a site, "pages/shop.html" a file that is not there.
+    const bool looksLikeHost = o.page.find('.') != std::string::npos && o.page.find(' ') == std::string::npos &&
+                               o.page[0] != '/' && o.page[0] != '.' &&
+                               !o.page.ends_with(".html") && !o.page.ends_with(".htm");
+    if (!looksLikeHost) {
+      std::cerr << "skimlet browse: " << o.page << ": no such file\n";
+      return 1;
+    }
+    url = "https://" + o.page;
+  }
   std::unique_ptr<chromium::LiveSession> session;
   try {
-    if (o.page.find("://") == std::string::npos && std::filesystem::is_regular_file(o.page)) {
+    if (!hasScheme && std::filesystem::is_regular_file(o.page)) {
       const auto file = std::filesystem::absolute(o.page);
       site = std::make_unique<LocalSite>(file.parent_path());
       url = site->url(file);
