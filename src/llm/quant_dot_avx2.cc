@@ -1,10 +1,18 @@
 // AVX2 kernels: unsigned weight bytes times signed activation bytes with maddubs, pairs widened
 // and scaled by the sub-block scale with madd. Built with -mavx2 -mfma -mf16c.
+//
+// One token (generation) reads every weight once, so the one-row kernels must keep up with
+// memory: sub-block scales are spread over lanes by one byte shuffle each instead of a scalar
+// broadcast, block scales are converted with F16C, and nothing but the row's sum leaves the
+// registers. Several tokens (prompts) share each unpacked block: its nibbles and scales are
+// unpacked once and every activation row is multiplied with them.
 #include "llm/quant_dot.h"
 
-#if defined(__AVX2__) && defined(__FMA__)
+#if defined(__AVX2__) && defined(__FMA__) && defined(__F16C__)
 
 #include <immintrin.h>
+
+#include <cstring>
 
 #include "llm/dequant.h"
 #include "llm/f16.h"
@@ -20,7 +28,40 @@ inline float hsum(__m256 v) {
   return _mm_cvtss_f32(s);
 }
 
+inline float hsum(__m128 s) {
+  s = _mm_add_ps(s, _mm_movehl_ps(s, s));
+  s = _mm_add_ss(s, _mm_movehdup_ps(s));
+  return _mm_cvtss_f32(s);
+}
+
 inline __m256i load(const void* p) { return _mm256_loadu_si256(static_cast<const __m256i*>(p)); }
+inline __m128i load128(const void* p) { return _mm_loadu_si128(static_cast<const __m128i*>(p)); }
+
+// The first two halves at p (d and dmin of a Q4_K block) as floats in lanes 0 and 1. The
+// hardware conversion is exact, subnormals and all.
+inline __m128 twoHalves(const uint8_t* p) {
+  uint32_t v;
+  std::memcpy(&v, p, 4);
+  return _mm_cvtph_ps(_mm_cvtsi32_si128(static_cast<int>(v)));
+}
+
+inline float oneHalf(const uint8_t* p) {
+  uint16_t v;
+  std::memcpy(&v, p, 2);
+  return _cvtsh_ss(v);
+}
+
+// Weight bytes this far ahead are asked for while the current block is multiplied: the hardware
+// prefetcher stops at every 4 KiB page, and one token's products are bound by memory.
+constexpr int kPrefetchAhead = 2048;
+
+template <int Lines>
+inline void prefetchAhead(const uint8_t* p) {
+  for (int i = 0; i < Lines; ++i) _mm_prefetch(reinterpret_cast<const char*>(p) + kPrefetchAhead + 64 * i, _MM_HINT_T0);
+}
+
+// Shuffle masks that repeat 16-bit element k of each 128-bit lane across that lane.
+inline __m256i wordBroadcast(int k) { return _mm256_set1_epi16(static_cast<int16_t>(0x0100 + 0x0202 * k)); }
 
 void dotQ8_0(const uint8_t* w, const QuantizedRows& x, int t0, int nt, float* out) {
   const int64_t nb = x.cols / 32;
@@ -35,79 +76,167 @@ void dotQ8_0(const uint8_t* w, const QuantizedRows& x, int t0, int nt, float* ou
       // maddubs wants its first operand unsigned: move the weight's sign onto the activation.
       const __m256i prod = _mm256_maddubs_epi16(_mm256_sign_epi8(q, q), _mm256_sign_epi8(load(xq + 32 * b), q));
       const __m256i sum = _mm256_madd_epi16(prod, ones);
-      acc = _mm256_fmadd_ps(_mm256_cvtepi32_ps(sum), _mm256_set1_ps(readHalf(blk) * xd[b]), acc);
+      acc = _mm256_fmadd_ps(_mm256_cvtepi32_ps(sum), _mm256_set1_ps(oneHalf(blk) * xd[b]), acc);
     }
     out[i] = hsum(acc);
   }
 }
 
+// Scales (bytes 0-7) and minimums (8-15) of a Q4_K block, widened to 16 bits: scales in the
+// low lane, minimums in the high one.
+inline __m256i q4KScalesMins16(const uint8_t* blk) {
+  uint32_t u[4];
+  q4KScalesMins(blk + 4, u);
+  return _mm256_cvtepu8_epi16(load128(u));
+}
+
+// The minimums' share of a Q4_K block: each minimum times the sum of its 32 activations.
+inline __m128i q4KMinTerms(__m256i scalesMins, const int16_t* sums) {
+  const __m256i s = load(sums);
+  const __m128i pairs = _mm_hadd_epi16(_mm256_castsi256_si128(s), _mm256_extracti128_si256(s, 1));
+  return _mm_madd_epi16(_mm256_extracti128_si256(scalesMins, 1), pairs);
+}
+
+void dotQ4KOne(const uint8_t* w, const QuantizedRows& x, int t, float* out) {
+  const int64_t nb = x.cols / 256;
+  const int8_t* q8 = x.rowQ(t);
+  const float* xd = x.rowD(t);
+  const int16_t* xs = x.rowSums(t);
+  const __m256i low4 = _mm256_set1_epi8(0x0F);
+  __m256 acc = _mm256_setzero_ps();
+  __m128 accMin = _mm_setzero_ps();
+  for (int64_t b = 0; b < nb; ++b, w += 144, q8 += 256) {
+    prefetchAhead<3>(w);
+    const __m128 dd = _mm_mul_ps(twoHalves(w), _mm_set1_ps(xd[b]));
+    const __m256i sm = q4KScalesMins16(w);
+    accMin = _mm_fmadd_ps(_mm_shuffle_ps(dd, dd, 0x55), _mm_cvtepi32_ps(q4KMinTerms(sm, xs + 16 * b)), accMin);
+    const __m256i scales = _mm256_permute2x128_si256(sm, sm, 0x00);
+    __m256i sum0 = _mm256_setzero_si256(), sum1 = _mm256_setzero_si256();
+    for (int p = 0; p < 4; ++p) {
+      const __m256i q = load(w + 16 + 32 * p);
+      const __m256i lo = _mm256_maddubs_epi16(_mm256_and_si256(q, low4), load(q8 + 64 * p));
+      const __m256i hi = _mm256_maddubs_epi16(_mm256_and_si256(_mm256_srli_epi16(q, 4), low4), load(q8 + 64 * p + 32));
+      sum0 = _mm256_add_epi32(sum0, _mm256_madd_epi16(lo, _mm256_shuffle_epi8(scales, wordBroadcast(2 * p))));
+      sum1 = _mm256_add_epi32(sum1, _mm256_madd_epi16(hi, _mm256_shuffle_epi8(scales, wordBroadcast(2 * p + 1))));
+    }
+    acc = _mm256_fmadd_ps(_mm256_broadcastss_ps(dd), _mm256_cvtepi32_ps(_mm256_add_epi32(sum0, sum1)), acc);
+  }
+  *out = hsum(acc) - hsum(accMin);
+}
+
 void dotQ4K(const uint8_t* w, const QuantizedRows& x, int t0, int nt, float* out) {
+  if (nt == 1) return dotQ4KOne(w, x, t0, out);
   const int64_t nb = x.cols / 256;
   const __m256i low4 = _mm256_set1_epi8(0x0F);
-  __m256 acc[kDotTile], accMin[kDotTile];
-  for (int i = 0; i < nt; ++i) acc[i] = accMin[i] = _mm256_setzero_ps();
+  __m256 acc[kDotTile];
+  __m128 accMin[kDotTile];
+  for (int i = 0; i < nt; ++i) {
+    acc[i] = _mm256_setzero_ps();
+    accMin[i] = _mm_setzero_ps();
+  }
   for (int64_t b = 0; b < nb; ++b) {
     const uint8_t* blk = w + b * 144;
-    const float d = readHalf(blk), dmin = readHalf(blk + 2);
-    uint32_t u[4];
-    q4KScalesMins(blk + 4, u);
-    const uint8_t* sc = reinterpret_cast<const uint8_t*>(u);
-    const __m128i mins = _mm_cvtepu8_epi16(_mm_set_epi32(0, 0, static_cast<int>(u[3]), static_cast<int>(u[2])));
-    // Each minimum covers two runs of 16 activation sums.
-    const __m256i minsPaired = _mm256_set_m128i(_mm_unpackhi_epi16(mins, mins), _mm_unpacklo_epi16(mins, mins));
-    __m256i wq[8];
+    const __m128 dd = twoHalves(blk);
+    const __m256i sm = q4KScalesMins16(blk);
+    const __m256i scales = _mm256_permute2x128_si256(sm, sm, 0x00);
+    __m256i wq[8], ws[8];
     for (int p = 0; p < 4; ++p) {
       const __m256i q = load(blk + 16 + 32 * p);
       wq[2 * p] = _mm256_and_si256(q, low4);
       wq[2 * p + 1] = _mm256_and_si256(_mm256_srli_epi16(q, 4), low4);
     }
+    for (int j = 0; j < 8; ++j) ws[j] = _mm256_shuffle_epi8(scales, wordBroadcast(j));
     for (int i = 0; i < nt; ++i) {
       const int8_t* q8 = x.rowQ(t0 + i) + 256 * b;
-      __m256i isum = _mm256_setzero_si256();
-      for (int j = 0; j < 8; ++j) {
-        const __m256i prod = _mm256_maddubs_epi16(wq[j], load(q8 + 32 * j));
-        isum = _mm256_add_epi32(isum, _mm256_madd_epi16(prod, _mm256_set1_epi16(sc[j])));
+      __m256i s0 = _mm256_setzero_si256(), s1 = _mm256_setzero_si256();
+      for (int j = 0; j < 8; j += 2) {
+        s0 = _mm256_add_epi32(s0, _mm256_madd_epi16(_mm256_maddubs_epi16(wq[j], load(q8 + 32 * j)), ws[j]));
+        s1 = _mm256_add_epi32(s1,
+                              _mm256_madd_epi16(_mm256_maddubs_epi16(wq[j + 1], load(q8 + 32 * j + 32)), ws[j + 1]));
       }
-      const float dx = x.rowD(t0 + i)[b];
-      acc[i] = _mm256_fmadd_ps(_mm256_cvtepi32_ps(isum), _mm256_set1_ps(d * dx), acc[i]);
-      const __m256i m = _mm256_madd_epi16(load(x.rowSums(t0 + i) + 16 * b), minsPaired);
-      accMin[i] = _mm256_fmadd_ps(_mm256_cvtepi32_ps(m), _mm256_set1_ps(dmin * dx), accMin[i]);
+      const __m128 dx = _mm_mul_ps(dd, _mm_set1_ps(x.rowD(t0 + i)[b]));
+      acc[i] = _mm256_fmadd_ps(_mm256_broadcastss_ps(dx), _mm256_cvtepi32_ps(_mm256_add_epi32(s0, s1)), acc[i]);
+      accMin[i] = _mm_fmadd_ps(_mm_shuffle_ps(dx, dx, 0x55), _mm_cvtepi32_ps(q4KMinTerms(sm, x.rowSums(t0 + i) + 16 * b)),
+                               accMin[i]);
     }
   }
   for (int i = 0; i < nt; ++i) out[i] = hsum(acc[i]) - hsum(accMin[i]);
 }
 
-void dotQ6K(const uint8_t* w, const QuantizedRows& x, int t0, int nt, float* out) {
+// The eight 32-value runs of a Q6_K block as unsigned bytes 0..63 (the stored values, biased by
+// 32, which maddubs needs); the bias is taken off through the activation sums. The two high bits
+// of each value sit at bit 2k of qh, moved to bits 4-5 by one shift and a mask.
+inline void q6KValues(const uint8_t* blk, __m256i v[8]) {
+  const __m256i low4 = _mm256_set1_epi8(0x0F), high2 = _mm256_set1_epi8(0x30);
+  for (int h = 0; h < 2; ++h) {
+    const __m256i ql0 = load(blk + 64 * h), ql1 = load(blk + 64 * h + 32);
+    const __m256i qh = load(blk + 128 + 32 * h);
+    v[4 * h + 0] = _mm256_or_si256(_mm256_and_si256(ql0, low4), _mm256_and_si256(_mm256_slli_epi16(qh, 4), high2));
+    v[4 * h + 1] = _mm256_or_si256(_mm256_and_si256(ql1, low4), _mm256_and_si256(_mm256_slli_epi16(qh, 2), high2));
+    v[4 * h + 2] = _mm256_or_si256(_mm256_and_si256(_mm256_srli_epi16(ql0, 4), low4), _mm256_and_si256(qh, high2));
+    v[4 * h + 3] =
+        _mm256_or_si256(_mm256_and_si256(_mm256_srli_epi16(ql1, 4), low4), _mm256_and_si256(_mm256_srli_epi16(qh, 2), high2));
+  }
+}
+
+// The 16 scales of a Q6_K block widened to 16 bits, even ones in the low lane and odd ones in the
+// high lane, so that one in-lane shuffle gives run k its two scales (2k for its first 16 values,
+// 2k + 1 for the rest).
+inline __m256i q6KRunScales(__m128i sc) {
+  const __m128i evenOdd = _mm_setr_epi8(0, 2, 4, 6, 8, 10, 12, 14, 1, 3, 5, 7, 9, 11, 13, 15);
+  return _mm256_cvtepi8_epi16(_mm_shuffle_epi8(sc, evenOdd));
+}
+
+void dotQ6KOne(const uint8_t* w, const QuantizedRows& x, int t, float* out) {
   const int64_t nb = x.cols / 256;
-  const __m256i low4 = _mm256_set1_epi8(0x0F), low2 = _mm256_set1_epi8(0x03);
+  const int8_t* q8 = x.rowQ(t);
+  const float* xd = x.rowD(t);
+  const int16_t* xs = x.rowSums(t);
+  __m256 acc = _mm256_setzero_ps();
+  for (int64_t b = 0; b < nb; ++b, w += 210, q8 += 256) {
+    prefetchAhead<4>(w);
+    const __m128i sc = load128(w + 192);
+    const __m256i runScales = q6KRunScales(sc);
+    __m256i v[8];
+    q6KValues(w, v);
+    __m256i sum0 = _mm256_setzero_si256(), sum1 = _mm256_setzero_si256();
+    for (int k = 0; k < 8; k += 2) {
+      sum0 = _mm256_add_epi32(sum0, _mm256_madd_epi16(_mm256_maddubs_epi16(v[k], load(q8 + 32 * k)),
+                                                      _mm256_shuffle_epi8(runScales, wordBroadcast(k))));
+      sum1 = _mm256_add_epi32(sum1, _mm256_madd_epi16(_mm256_maddubs_epi16(v[k + 1], load(q8 + 32 * k + 32)),
+                                                      _mm256_shuffle_epi8(runScales, wordBroadcast(k + 1))));
+    }
+    const __m256i bias = _mm256_madd_epi16(load(xs + 16 * b), _mm256_cvtepi8_epi16(sc));
+    const __m256i isum = _mm256_sub_epi32(_mm256_add_epi32(sum0, sum1), _mm256_slli_epi32(bias, 5));
+    acc = _mm256_fmadd_ps(_mm256_set1_ps(oneHalf(w + 208) * xd[b]), _mm256_cvtepi32_ps(isum), acc);
+  }
+  *out = hsum(acc);
+}
+
+void dotQ6K(const uint8_t* w, const QuantizedRows& x, int t0, int nt, float* out) {
+  if (nt == 1) return dotQ6KOne(w, x, t0, out);
+  const int64_t nb = x.cols / 256;
   __m256 acc[kDotTile];
   for (int i = 0; i < nt; ++i) acc[i] = _mm256_setzero_ps();
   for (int64_t b = 0; b < nb; ++b) {
     const uint8_t* blk = w + b * 210;
-    const int8_t* sc = reinterpret_cast<const int8_t*>(blk + 192);
-    const float d = readHalf(blk + 208);
-    const __m256i scales = _mm256_cvtepi8_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i*>(sc)));
-    // Values are stored biased by 32 (0..63), which maddubs needs; the bias is taken off below
-    // through the activation sums.
+    const __m128i sc = load128(blk + 192);
+    const float d = oneHalf(blk + 208);
+    const __m256i scales = _mm256_cvtepi8_epi16(sc);
+    const __m256i runScales = q6KRunScales(sc);
     __m256i wq[8], ws[8];
-    for (int h = 0; h < 2; ++h) {
-      const __m256i ql0 = load(blk + 64 * h), ql1 = load(blk + 64 * h + 32);
-      const __m256i qh = load(blk + 128 + 32 * h);
-      auto high = [&](int shift) { return _mm256_slli_epi16(_mm256_and_si256(_mm256_srli_epi16(qh, shift), low2), 4); };
-      wq[4 * h + 0] = _mm256_or_si256(_mm256_and_si256(ql0, low4), high(0));
-      wq[4 * h + 1] = _mm256_or_si256(_mm256_and_si256(ql1, low4), high(2));
-      wq[4 * h + 2] = _mm256_or_si256(_mm256_and_si256(_mm256_srli_epi16(ql0, 4), low4), high(4));
-      wq[4 * h + 3] = _mm256_or_si256(_mm256_and_si256(_mm256_srli_epi16(ql1, 4), low4), high(6));
-    }
-    for (int k = 0; k < 8; ++k)  // 32 values: two runs of 16, each with its own scale
-      ws[k] = _mm256_set_m128i(_mm_set1_epi16(sc[2 * k + 1]), _mm_set1_epi16(sc[2 * k]));
+    q6KValues(blk, wq);
+    for (int k = 0; k < 8; ++k) ws[k] = _mm256_shuffle_epi8(runScales, wordBroadcast(k));
     for (int i = 0; i < nt; ++i) {
       const int8_t* q8 = x.rowQ(t0 + i) + 256 * b;
-      __m256i isum = _mm256_setzero_si256();
-      for (int k = 0; k < 8; ++k)
-        isum = _mm256_add_epi32(isum, _mm256_madd_epi16(_mm256_maddubs_epi16(wq[k], load(q8 + 32 * k)), ws[k]));
+      __m256i s0 = _mm256_setzero_si256(), s1 = _mm256_setzero_si256();
+      for (int k = 0; k < 8; k += 2) {
+        s0 = _mm256_add_epi32(s0, _mm256_madd_epi16(_mm256_maddubs_epi16(wq[k], load(q8 + 32 * k)), ws[k]));
+        s1 = _mm256_add_epi32(s1,
+                              _mm256_madd_epi16(_mm256_maddubs_epi16(wq[k + 1], load(q8 + 32 * k + 32)), ws[k + 1]));
+      }
       const __m256i bias = _mm256_madd_epi16(load(x.rowSums(t0 + i) + 16 * b), scales);
-      isum = _mm256_sub_epi32(isum, _mm256_slli_epi32(bias, 5));
+      const __m256i isum = _mm256_sub_epi32(_mm256_add_epi32(s0, s1), _mm256_slli_epi32(bias, 5));
       acc[i] = _mm256_fmadd_ps(_mm256_cvtepi32_ps(isum), _mm256_set1_ps(d * x.rowD(t0 + i)[b]), acc[i]);
     }
   }

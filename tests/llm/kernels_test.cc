@@ -235,8 +235,9 @@ std::vector<DotKernels> kernelSetsOnThisCPU() {
 
 TEST(QuantizedProduct, AgreesWithTheBandPathForEveryKernelSet) {
   for (uint32_t type : {GGMLType::q8_0, GGMLType::q4K, GGMLType::q6K}) {
-    // Token counts around the tile of four; 1024 columns, so several blocks per row.
-    for (int n : {1, 3, 6}) {
+    // One token (its own kernels), part of a tile of eight, and a full tile with a remainder;
+    // 1024 columns, so several blocks per row.
+    for (int n : {1, 3, 11}) {
       Fixture f(type, n, 70, 1024, 11 * n + type);
       std::vector<float> band(n * 70);
       matmulBands(f.x.data(), n, f.m, band.data());
