@@ -13,6 +13,7 @@
 #include <immintrin.h>
 
 #include <cstring>
+#include <utility>
 
 #include "llm/dequant.h"
 #include "llm/f16.h"
@@ -59,6 +60,11 @@ template <int Lines>
 inline void prefetchAhead(const uint8_t* p) {
   for (int i = 0; i < Lines; ++i) _mm_prefetch(reinterpret_cast<const char*>(p) + kPrefetchAhead + 64 * i, _MM_HINT_T0);
 }
+
+// Pins an accumulator to a register at this point. Without it the compiler reassociates the
+// sums of a tile kernel into one tree over all its products, which needs far more registers
+// than there are, and spills most of them.
+inline void keep(__m256i& v) { __asm__("" : "+x"(v)); }
 
 // Shuffle masks that repeat 16-bit element k of each 128-bit lane across that lane.
 inline __m256i wordBroadcast(int k) { return _mm256_set1_epi16(static_cast<int16_t>(0x0100 + 0x0202 * k)); }
@@ -124,43 +130,76 @@ void dotQ4KOne(const uint8_t* w, const QuantizedRows& x, int t, float* out) {
   *out = hsum(acc) - hsum(accMin);
 }
 
-void dotQ4K(const uint8_t* w, const QuantizedRows& x, int t0, int nt, float* out) {
-  if (nt == 1) return dotQ4KOne(w, x, t0, out);
+// Several activation rows against one Q4_K row. Each unpacked run of 32 weights and its scale
+// meet all NT rows while they sit in registers, and the rows' integer sums of a block stay in
+// registers too (NT is a template argument so that they can), so that besides the products
+// little more than the activations is loaded.
+template <int NT>
+void dotQ4KTile(const uint8_t* w, const QuantizedRows& x, int t0, float* out) {
   const int64_t nb = x.cols / 256;
   const __m256i low4 = _mm256_set1_epi8(0x0F);
-  __m256 acc[kDotTile];
-  __m128 accMin[kDotTile];
-  for (int i = 0; i < nt; ++i) {
-    acc[i] = _mm256_setzero_ps();
-    accMin[i] = _mm_setzero_ps();
+  // Row pointers found once: finding them divides by the block length.
+  const int8_t* q8[NT];
+  const float* xd[NT];
+  const int16_t* xs[NT];
+  __m256 acc[NT], accMin[NT];
+  for (int i = 0; i < NT; ++i) {
+    q8[i] = x.rowQ(t0 + i);
+    xd[i] = x.rowD(t0 + i);
+    xs[i] = x.rowSums(t0 + i);
+    acc[i] = accMin[i] = _mm256_setzero_ps();
   }
-  for (int64_t b = 0; b < nb; ++b) {
-    const uint8_t* blk = w + b * 144;
-    const __m128 dd = twoHalves(blk);
-    const __m256i sm = q4KScalesMins16(blk);
+  for (int64_t b = 0; b < nb; ++b, w += 144) {
+    const __m256i sm = q4KScalesMins16(w);
     const __m256i scales = _mm256_permute2x128_si256(sm, sm, 0x00);
-    __m256i wq[8], ws[8];
+    // Each minimum covers two runs of 16 activation sums.
+    const __m128i mins = _mm256_extracti128_si256(sm, 1);
+    const __m256i minsPaired = _mm256_set_m128i(_mm_unpackhi_epi16(mins, mins), _mm_unpacklo_epi16(mins, mins));
+    __m256i isum[NT];
+    for (int i = 0; i < NT; ++i) isum[i] = _mm256_setzero_si256();
+#pragma GCC unroll 4
     for (int p = 0; p < 4; ++p) {
-      const __m256i q = load(blk + 16 + 32 * p);
-      wq[2 * p] = _mm256_and_si256(q, low4);
-      wq[2 * p + 1] = _mm256_and_si256(_mm256_srli_epi16(q, 4), low4);
-    }
-    for (int j = 0; j < 8; ++j) ws[j] = _mm256_shuffle_epi8(scales, wordBroadcast(j));
-    for (int i = 0; i < nt; ++i) {
-      const int8_t* q8 = x.rowQ(t0 + i) + 256 * b;
-      __m256i s0 = _mm256_setzero_si256(), s1 = _mm256_setzero_si256();
-      for (int j = 0; j < 8; j += 2) {
-        s0 = _mm256_add_epi32(s0, _mm256_madd_epi16(_mm256_maddubs_epi16(wq[j], load(q8 + 32 * j)), ws[j]));
-        s1 = _mm256_add_epi32(s1,
-                              _mm256_madd_epi16(_mm256_maddubs_epi16(wq[j + 1], load(q8 + 32 * j + 32)), ws[j + 1]));
+      const __m256i q = load(w + 16 + 32 * p);
+      const __m256i lo = _mm256_and_si256(q, low4), loScale = _mm256_shuffle_epi8(scales, wordBroadcast(2 * p));
+      for (int i = 0; i < NT; ++i) {
+        isum[i] = _mm256_add_epi32(isum[i], _mm256_madd_epi16(_mm256_maddubs_epi16(lo, load(q8[i] + 256 * b + 64 * p)), loScale));
+        keep(isum[i]);
       }
-      const __m128 dx = _mm_mul_ps(dd, _mm_set1_ps(x.rowD(t0 + i)[b]));
-      acc[i] = _mm256_fmadd_ps(_mm256_broadcastss_ps(dx), _mm256_cvtepi32_ps(_mm256_add_epi32(s0, s1)), acc[i]);
-      accMin[i] = _mm_fmadd_ps(_mm_shuffle_ps(dx, dx, 0x55), _mm_cvtepi32_ps(q4KMinTerms(sm, x.rowSums(t0 + i) + 16 * b)),
-                               accMin[i]);
+      const __m256i hi = _mm256_and_si256(_mm256_srli_epi16(q, 4), low4);
+      const __m256i hiScale = _mm256_shuffle_epi8(scales, wordBroadcast(2 * p + 1));
+      for (int i = 0; i < NT; ++i) {
+        isum[i] = _mm256_add_epi32(
+            isum[i], _mm256_madd_epi16(_mm256_maddubs_epi16(hi, load(q8[i] + 256 * b + 64 * p + 32)), hiScale));
+        keep(isum[i]);
+      }
+    }
+    const __m128 dd = twoHalves(w);
+    const __m256 d = _mm256_broadcastss_ps(dd), dmin = _mm256_broadcastss_ps(_mm_shuffle_ps(dd, dd, 0x55));
+    for (int i = 0; i < NT; ++i) {
+      const __m256 dx = _mm256_broadcast_ss(xd[i] + b);
+      acc[i] = _mm256_fmadd_ps(_mm256_mul_ps(d, dx), _mm256_cvtepi32_ps(isum[i]), acc[i]);
+      const __m256i m = _mm256_madd_epi16(load(xs[i] + 16 * b), minsPaired);
+      accMin[i] = _mm256_fmadd_ps(_mm256_mul_ps(dmin, dx), _mm256_cvtepi32_ps(m), accMin[i]);
     }
   }
-  for (int i = 0; i < nt; ++i) out[i] = hsum(acc[i]) - hsum(accMin[i]);
+  for (int i = 0; i < NT; ++i) out[i] = hsum(acc[i]) - hsum(accMin[i]);
+}
+
+// A tile of nt rows by the kernel made for that many.
+template <template <int> class K, int... N>
+inline void byTileSize(int nt, std::integer_sequence<int, N...>, const uint8_t* w, const QuantizedRows& x, int t0,
+                       float* out) {
+  ((nt == N + 1 ? K<N + 1>::run(w, x, t0, out) : void()), ...);
+}
+
+template <int NT>
+struct Q4KTile {
+  static void run(const uint8_t* w, const QuantizedRows& x, int t0, float* out) { dotQ4KTile<NT>(w, x, t0, out); }
+};
+
+void dotQ4K(const uint8_t* w, const QuantizedRows& x, int t0, int nt, float* out) {
+  if (nt == 1) return dotQ4KOne(w, x, t0, out);
+  byTileSize<Q4KTile>(nt, std::make_integer_sequence<int, kDotTile>(), w, x, t0, out);
 }
 
 // The eight 32-value runs of a Q6_K block as unsigned bytes 0..63 (the stored values, biased by
@@ -213,34 +252,65 @@ void dotQ6KOne(const uint8_t* w, const QuantizedRows& x, int t, float* out) {
   *out = hsum(acc);
 }
 
-void dotQ6K(const uint8_t* w, const QuantizedRows& x, int t0, int nt, float* out) {
-  if (nt == 1) return dotQ6KOne(w, x, t0, out);
+// Several activation rows against one Q6_K row, as dotQ4KTile does.
+template <int NT>
+void dotQ6KTile(const uint8_t* w, const QuantizedRows& x, int t0, float* out) {
   const int64_t nb = x.cols / 256;
-  __m256 acc[kDotTile];
-  for (int i = 0; i < nt; ++i) acc[i] = _mm256_setzero_ps();
-  for (int64_t b = 0; b < nb; ++b) {
-    const uint8_t* blk = w + b * 210;
-    const __m128i sc = load128(blk + 192);
-    const float d = oneHalf(blk + 208);
+  const __m256i low4 = _mm256_set1_epi8(0x0F), high2 = _mm256_set1_epi8(0x30);
+  const int8_t* q8[NT];
+  const float* xd[NT];
+  const int16_t* xs[NT];
+  __m256 acc[NT];
+  for (int i = 0; i < NT; ++i) {
+    q8[i] = x.rowQ(t0 + i);
+    xd[i] = x.rowD(t0 + i);
+    xs[i] = x.rowSums(t0 + i);
+    acc[i] = _mm256_setzero_ps();
+  }
+  for (int64_t b = 0; b < nb; ++b, w += 210) {
+    const __m128i sc = load128(w + 192);
     const __m256i scales = _mm256_cvtepi8_epi16(sc);
     const __m256i runScales = q6KRunScales(sc);
-    __m256i wq[8], ws[8];
-    q6KValues(blk, wq);
-    for (int k = 0; k < 8; ++k) ws[k] = _mm256_shuffle_epi8(runScales, wordBroadcast(k));
-    for (int i = 0; i < nt; ++i) {
-      const int8_t* q8 = x.rowQ(t0 + i) + 256 * b;
-      __m256i s0 = _mm256_setzero_si256(), s1 = _mm256_setzero_si256();
-      for (int k = 0; k < 8; k += 2) {
-        s0 = _mm256_add_epi32(s0, _mm256_madd_epi16(_mm256_maddubs_epi16(wq[k], load(q8 + 32 * k)), ws[k]));
-        s1 = _mm256_add_epi32(s1,
-                              _mm256_madd_epi16(_mm256_maddubs_epi16(wq[k + 1], load(q8 + 32 * k + 32)), ws[k + 1]));
+    __m256i isum[NT];
+    // The stored values are biased by 32: start from minus the bias times the activations.
+    for (int i = 0; i < NT; ++i)
+      isum[i] = _mm256_sub_epi32(_mm256_setzero_si256(),
+                                 _mm256_slli_epi32(_mm256_madd_epi16(load(xs[i] + 16 * b), scales), 5));
+    auto multiply = [&](int k, __m256i v) {
+      const __m256i s = _mm256_shuffle_epi8(runScales, wordBroadcast(k));
+      for (int i = 0; i < NT; ++i) {
+        isum[i] = _mm256_add_epi32(isum[i], _mm256_madd_epi16(_mm256_maddubs_epi16(v, load(q8[i] + 256 * b + 32 * k)), s));
+        keep(isum[i]);
       }
-      const __m256i bias = _mm256_madd_epi16(load(x.rowSums(t0 + i) + 16 * b), scales);
-      const __m256i isum = _mm256_sub_epi32(_mm256_add_epi32(s0, s1), _mm256_slli_epi32(bias, 5));
-      acc[i] = _mm256_fmadd_ps(_mm256_cvtepi32_ps(isum), _mm256_set1_ps(d * x.rowD(t0 + i)[b]), acc[i]);
+    };
+#pragma GCC unroll 2
+    for (int h = 0; h < 2; ++h) {
+      const uint8_t* ql = w + 64 * h;
+      const __m256i qh = load(w + 128 + 32 * h);
+      multiply(4 * h + 0, _mm256_or_si256(_mm256_and_si256(load(ql), low4), _mm256_and_si256(_mm256_slli_epi16(qh, 4), high2)));
+      multiply(4 * h + 1,
+               _mm256_or_si256(_mm256_and_si256(load(ql + 32), low4), _mm256_and_si256(_mm256_slli_epi16(qh, 2), high2)));
+      multiply(4 * h + 2,
+               _mm256_or_si256(_mm256_and_si256(_mm256_srli_epi16(load(ql), 4), low4), _mm256_and_si256(qh, high2)));
+      multiply(4 * h + 3, _mm256_or_si256(_mm256_and_si256(_mm256_srli_epi16(load(ql + 32), 4), low4),
+                                          _mm256_and_si256(_mm256_srli_epi16(qh, 2), high2)));
     }
+    const __m256 d = _mm256_set1_ps(oneHalf(w + 208));
+    for (int i = 0; i < NT; ++i)
+      acc[i] = _mm256_fmadd_ps(_mm256_mul_ps(d, _mm256_broadcast_ss(xd[i] + b)), _mm256_cvtepi32_ps(isum[i]),
+                               acc[i]);
   }
-  for (int i = 0; i < nt; ++i) out[i] = hsum(acc[i]);
+  for (int i = 0; i < NT; ++i) out[i] = hsum(acc[i]);
+}
+
+template <int NT>
+struct Q6KTile {
+  static void run(const uint8_t* w, const QuantizedRows& x, int t0, float* out) { dotQ6KTile<NT>(w, x, t0, out); }
+};
+
+void dotQ6K(const uint8_t* w, const QuantizedRows& x, int t0, int nt, float* out) {
+  if (nt == 1) return dotQ6KOne(w, x, t0, out);
+  byTileSize<Q6KTile>(nt, std::make_integer_sequence<int, kDotTile>(), w, x, t0, out);
 }
 
 }  // namespace
