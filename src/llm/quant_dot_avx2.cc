@@ -142,12 +142,12 @@ void dotQ4KTile(const uint8_t* w, const QuantizedRows& x, int t0, float* out) {
   const int8_t* q8[NT];
   const float* xd[NT];
   const int16_t* xs[NT];
-  __m256 acc[NT], accMin[NT];
+  __m256 acc[NT];
   for (int i = 0; i < NT; ++i) {
     q8[i] = x.rowQ(t0 + i);
     xd[i] = x.rowD(t0 + i);
     xs[i] = x.rowSums(t0 + i);
-    acc[i] = accMin[i] = _mm256_setzero_ps();
+    acc[i] = _mm256_setzero_ps();
   }
   for (int64_t b = 0; b < nb; ++b, w += 144) {
     const __m256i sm = q4KScalesMins16(w);
@@ -176,13 +176,11 @@ void dotQ4KTile(const uint8_t* w, const QuantizedRows& x, int t0, float* out) {
     const __m128 dd = twoHalves(w);
     const __m256 d = _mm256_broadcastss_ps(dd), dmin = _mm256_broadcastss_ps(_mm_shuffle_ps(dd, dd, 0x55));
     for (int i = 0; i < NT; ++i) {
-      const __m256 dx = _mm256_broadcast_ss(xd[i] + b);
-      acc[i] = _mm256_fmadd_ps(_mm256_mul_ps(d, dx), _mm256_cvtepi32_ps(isum[i]), acc[i]);
-      const __m256i m = _mm256_madd_epi16(load(xs[i] + 16 * b), minsPaired);
-      accMin[i] = _mm256_fmadd_ps(_mm256_mul_ps(dmin, dx), _mm256_cvtepi32_ps(m), accMin[i]);
+      const __m256 mins = _mm256_mul_ps(dmin, _mm256_cvtepi32_ps(_mm256_madd_epi16(load(xs[i] + 16 * b), minsPaired)));
+      acc[i] = _mm256_fmadd_ps(_mm256_broadcast_ss(xd[i] + b), _mm256_fmsub_ps(d, _mm256_cvtepi32_ps(isum[i]), mins), acc[i]);
     }
   }
-  for (int i = 0; i < NT; ++i) out[i] = hsum(acc[i]) - hsum(accMin[i]);
+  for (int i = 0; i < NT; ++i) out[i] = hsum(acc[i]);
 }
 
 // A tile of nt rows by the kernel made for that many.
