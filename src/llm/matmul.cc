@@ -65,10 +65,11 @@ void bandProduct(const float* x, int n, const QMatrix& m, float* y, int64_t band
 // stay in cache while the activation tiles stream past them.
 void quantizedBand(const QuantizedRows& xq, const QMatrix& m, float* y, int64_t r0, int64_t r1, RowDot dot) {
   float out[kDotTile];
+  const size_t rowBytes = m.rowBytes();
   for (int t0 = 0; t0 < xq.n; t0 += kDotTile) {
     const int nt = std::min(kDotTile, xq.n - t0);
     for (int64_t r = r0; r < r1; ++r) {
-      dot(m.row(r), xq, t0, nt, out);
+      dot(m.ptr + static_cast<size_t>(r) * rowBytes, xq, t0, nt, out);
       for (int i = 0; i < nt; ++i) y[(t0 + i) * m.rows + r] = out[i];
     }
   }
@@ -119,6 +120,7 @@ void runAll(std::span<const MatmulJob> jobs, int n, const DotKernels& kernels, b
   for (const MatmulJob& job : jobs) {
     Plan plan{&job, nullptr, nullptr, tasks, 0, bandRows(n)};
     if (quantized && quantizedPathSupports(*job.m)) {
+      plan.rowsPerBand = quantizedBandRows(n, job.m->rowBytes());
       plan.dot = kernelFor(job.m->type, kernels);
       const int blockLen = blockLenFor(job.m->type);
       auto it = std::find_if(prepared.begin(), prepared.end(),
