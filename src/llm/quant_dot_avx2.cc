@@ -96,26 +96,25 @@ inline __m256i q4KScalesMins16(const uint8_t* blk) {
   return _mm256_cvtepu8_epi16(load128(u));
 }
 
-// The minimums' share of a Q4_K block: each minimum times the sum of its 32 activations.
-inline __m128i q4KMinTerms(__m256i scalesMins, const int16_t* sums) {
-  const __m256i s = load(sums);
-  const __m128i pairs = _mm_hadd_epi16(_mm256_castsi256_si128(s), _mm256_extracti128_si256(s, 1));
-  return _mm_madd_epi16(_mm256_extracti128_si256(scalesMins, 1), pairs);
+// The eight minimums of a Q4_K block as floats times the block's dmin: multiplied with the
+// activation row's scaled sums of the same runs, they give the minimums' share of the block.
+inline __m256 q4KMins(__m256i scalesMins, __m128 dd) {
+  const __m256i mins = _mm256_cvtepu16_epi32(_mm256_extracti128_si256(scalesMins, 1));
+  return _mm256_mul_ps(_mm256_broadcastss_ps(_mm_shuffle_ps(dd, dd, 0x55)), _mm256_cvtepi32_ps(mins));
 }
 
 void dotQ4KOne(const uint8_t* w, const QuantizedRows& x, int t, float* out) {
   const int64_t nb = x.cols / 256;
   const int8_t* q8 = x.rowQ(t);
   const float* xd = x.rowD(t);
-  const int16_t* xs = x.rowSums(t);
+  const float* xs = x.rowScaledSums(t);
   const __m256i low4 = _mm256_set1_epi8(0x0F);
-  __m256 acc = _mm256_setzero_ps();
-  __m128 accMin = _mm_setzero_ps();
+  __m256 acc = _mm256_setzero_ps(), accMin = _mm256_setzero_ps();
   for (int64_t b = 0; b < nb; ++b, w += 144, q8 += 256) {
     prefetchAhead<3>(w);
-    const __m128 dd = _mm_mul_ps(twoHalves(w), _mm_set1_ps(xd[b]));
+    const __m128 dd = twoHalves(w);
     const __m256i sm = q4KScalesMins16(w);
-    accMin = _mm_fmadd_ps(_mm_shuffle_ps(dd, dd, 0x55), _mm_cvtepi32_ps(q4KMinTerms(sm, xs + 16 * b)), accMin);
+    accMin = _mm256_fmadd_ps(q4KMins(sm, dd), _mm256_loadu_ps(xs + 8 * b), accMin);
     const __m256i scales = _mm256_permute2x128_si256(sm, sm, 0x00);
     __m256i sum0 = _mm256_setzero_si256(), sum1 = _mm256_setzero_si256();
     for (int p = 0; p < 4; ++p) {
@@ -125,9 +124,10 @@ void dotQ4KOne(const uint8_t* w, const QuantizedRows& x, int t, float* out) {
       sum0 = _mm256_add_epi32(sum0, _mm256_madd_epi16(lo, _mm256_shuffle_epi8(scales, wordBroadcast(2 * p))));
       sum1 = _mm256_add_epi32(sum1, _mm256_madd_epi16(hi, _mm256_shuffle_epi8(scales, wordBroadcast(2 * p + 1))));
     }
-    acc = _mm256_fmadd_ps(_mm256_broadcastss_ps(dd), _mm256_cvtepi32_ps(_mm256_add_epi32(sum0, sum1)), acc);
+    const __m256 d = _mm256_mul_ps(_mm256_broadcastss_ps(dd), _mm256_broadcast_ss(xd + b));
+    acc = _mm256_fmadd_ps(d, _mm256_cvtepi32_ps(_mm256_add_epi32(sum0, sum1)), acc);
   }
-  *out = hsum(acc) - hsum(accMin);
+  *out = hsum(_mm256_sub_ps(acc, accMin));
 }
 
 // Several activation rows against one Q4_K row. Each unpacked run of 32 weights and its scale
@@ -141,20 +141,17 @@ void dotQ4KTile(const uint8_t* w, const QuantizedRows& x, int t0, float* out) {
   // Row pointers found once: finding them divides by the block length.
   const int8_t* q8[NT];
   const float* xd[NT];
-  const int16_t* xs[NT];
+  const float* xs[NT];
   __m256 acc[NT];
   for (int i = 0; i < NT; ++i) {
     q8[i] = x.rowQ(t0 + i);
     xd[i] = x.rowD(t0 + i);
-    xs[i] = x.rowSums(t0 + i);
+    xs[i] = x.rowScaledSums(t0 + i);
     acc[i] = _mm256_setzero_ps();
   }
   for (int64_t b = 0; b < nb; ++b, w += 144) {
     const __m256i sm = q4KScalesMins16(w);
     const __m256i scales = _mm256_permute2x128_si256(sm, sm, 0x00);
-    // Each minimum covers two runs of 16 activation sums.
-    const __m128i mins = _mm256_extracti128_si256(sm, 1);
-    const __m256i minsPaired = _mm256_set_m128i(_mm_unpackhi_epi16(mins, mins), _mm_unpacklo_epi16(mins, mins));
     __m256i isum[NT];
     for (int i = 0; i < NT; ++i) isum[i] = _mm256_setzero_si256();
 #pragma GCC unroll 4
@@ -174,10 +171,10 @@ void dotQ4KTile(const uint8_t* w, const QuantizedRows& x, int t0, float* out) {
       }
     }
     const __m128 dd = twoHalves(w);
-    const __m256 d = _mm256_broadcastss_ps(dd), dmin = _mm256_broadcastss_ps(_mm_shuffle_ps(dd, dd, 0x55));
+    const __m256 d = _mm256_broadcastss_ps(dd), mins = q4KMins(sm, dd);
     for (int i = 0; i < NT; ++i) {
-      const __m256 mins = _mm256_mul_ps(dmin, _mm256_cvtepi32_ps(_mm256_madd_epi16(load(xs[i] + 16 * b), minsPaired)));
-      acc[i] = _mm256_fmadd_ps(_mm256_broadcast_ss(xd[i] + b), _mm256_fmsub_ps(d, _mm256_cvtepi32_ps(isum[i]), mins), acc[i]);
+      acc[i] = _mm256_fmadd_ps(_mm256_mul_ps(d, _mm256_broadcast_ss(xd[i] + b)), _mm256_cvtepi32_ps(isum[i]), acc[i]);
+      acc[i] = _mm256_fnmadd_ps(mins, _mm256_loadu_ps(xs[i] + 8 * b), acc[i]);
     }
   }
   for (int i = 0; i < NT; ++i) out[i] = hsum(acc[i]);
