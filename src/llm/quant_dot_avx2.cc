@@ -12,6 +12,8 @@
 
 #include <immintrin.h>
 
+#include <algorithm>
+#include <cmath>
 #include <cstring>
 #include <utility>
 
@@ -308,9 +310,43 @@ void dotQ6K(const uint8_t* w, const QuantizedRows& x, int t0, int nt, float* out
   byTileSize<Q6KTile>(nt, std::make_integer_sequence<int, kDotTile>(), w, x, t0, out);
 }
 
+void attendRow(const float* q, const float* keys, const float* values, int total, size_t stride, int hd, float scale,
+               float* s, float* out) {
+  const int vecEnd = hd / 8 * 8;
+  float mx = -INFINITY;
+  for (int j = 0; j < total; ++j) {
+    const float* k = keys + static_cast<size_t>(j) * stride;
+    __m256 a0 = _mm256_setzero_ps(), a1 = _mm256_setzero_ps();
+    int i = 0;
+    for (; i + 16 <= vecEnd; i += 16) {
+      a0 = _mm256_fmadd_ps(_mm256_loadu_ps(q + i), _mm256_loadu_ps(k + i), a0);
+      a1 = _mm256_fmadd_ps(_mm256_loadu_ps(q + i + 8), _mm256_loadu_ps(k + i + 8), a1);
+    }
+    if (i < vecEnd) a0 = _mm256_fmadd_ps(_mm256_loadu_ps(q + i), _mm256_loadu_ps(k + i), a0);
+    float sum = hsum(_mm256_add_ps(a0, a1));
+    for (i = vecEnd; i < hd; ++i) sum += q[i] * k[i];
+    s[j] = scale * sum;
+    mx = std::max(mx, s[j]);
+  }
+  float sum = 0;
+  for (int j = 0; j < total; ++j) {
+    s[j] = std::exp(s[j] - mx);
+    sum += s[j];
+  }
+  const float inv = 1.0f / sum;
+  std::fill(out, out + hd, 0.0f);
+  for (int j = 0; j < total; ++j) {
+    const __m256 p = _mm256_set1_ps(s[j] * inv);
+    const float* v = values + static_cast<size_t>(j) * stride;
+    for (int i = 0; i < vecEnd; i += 8)
+      _mm256_storeu_ps(out + i, _mm256_fmadd_ps(p, _mm256_loadu_ps(v + i), _mm256_loadu_ps(out + i)));
+    for (int i = vecEnd; i < hd; ++i) out[i] += s[j] * inv * v[i];
+  }
+}
+
 }  // namespace
 
-DotKernels avx2DotKernels() { return {"avx2", dotQ8_0, dotQ4K, dotQ6K}; }
+DotKernels avx2DotKernels() { return {"avx2", dotQ8_0, dotQ4K, dotQ6K, attendRow}; }
 
 }  // namespace skimlet
 

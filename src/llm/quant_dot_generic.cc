@@ -1,5 +1,7 @@
 // Plain C++ kernels: the reference the vector kernels are checked against, and the fallback on
 // CPUs without a vector kernel.
+#include <algorithm>
+#include <cmath>
 #include <cstring>
 
 #include "llm/dequant.h"
@@ -87,8 +89,32 @@ void dotQ6K(const uint8_t* w, const QuantizedRows& x, int t0, int nt, float* out
   }
 }
 
+void attendRow(const float* q, const float* keys, const float* values, int total, size_t stride, int hd, float scale,
+               float* s, float* out) {
+  float mx = -INFINITY;
+  for (int j = 0; j < total; ++j) {
+    const float* k = keys + static_cast<size_t>(j) * stride;
+    float sum = 0;
+    for (int i = 0; i < hd; ++i) sum += q[i] * k[i];
+    s[j] = scale * sum;
+    mx = std::max(mx, s[j]);
+  }
+  float sum = 0;
+  for (int j = 0; j < total; ++j) {
+    s[j] = std::exp(s[j] - mx);
+    sum += s[j];
+  }
+  const float inv = 1.0f / sum;
+  std::fill(out, out + hd, 0.0f);
+  for (int j = 0; j < total; ++j) {
+    const float p = s[j] * inv;
+    const float* v = values + static_cast<size_t>(j) * stride;
+    for (int i = 0; i < hd; ++i) out[i] += p * v[i];
+  }
+}
+
 }  // namespace
 
-DotKernels genericDotKernels() { return {"generic", dotQ8_0, dotQ4K, dotQ6K}; }
+DotKernels genericDotKernels() { return {"generic", dotQ8_0, dotQ4K, dotQ6K, attendRow}; }
 
 }  // namespace skimlet

@@ -11,6 +11,7 @@
 
 #include "llm/dequant.h"
 #include "llm/matmul.h"
+#include "llm/quant_dot.h"
 #include "llm/thread_pool.h"
 
 namespace skimlet {
@@ -165,6 +166,17 @@ void Transformer::attention(int layer, int n, int start, const float* q, float* 
   std::vector<float> scores(static_cast<size_t>(nHead) * n * total);
   const float* keys = kCache[layer].get();
   const float* values = vCache[layer].get();
+  if (n == 1) {
+    const AttendRow attend = dotKernels().attendRow;
+    // One query row per head: plain loops. A matrix product call per head costs more than the
+    // arithmetic here, and a BLAS copies the whole strided key block for it.
+    ThreadPool::shared().parallelFor(nHead, [&](int64_t head) {
+      const size_t kvOffset = static_cast<size_t>(head / group) * hd;
+      attend(q + head * hd, keys + kvOffset, values + kvOffset, total, kvDim(), hd, scale,
+             scores.data() + static_cast<size_t>(head) * total, out + head * hd);
+    });
+    return;
+  }
   ThreadPool::shared().parallelFor(nHead, [&](int64_t head) {
     const int kvHead = static_cast<int>(head) / group;
     float* s = scores.data() + static_cast<size_t>(head) * n * total;

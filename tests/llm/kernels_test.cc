@@ -262,6 +262,38 @@ TEST(QuantizedProduct, AgreesWithTheBandPathForEveryKernelSet) {
   }
 }
 
+// One query row's attention, head sizes of whole and partial vector steps, keys strided as in the cache:
+// every set's kernel agrees with the plain one, which agrees with the softmax written out here.
+TEST(AttentionRow, EveryKernelSetAgreesWithThePlainLoops) {
+  std::mt19937 rng(5);
+  std::normal_distribution<float> normal(0, 1);
+  for (int hd : {128, 28}) {
+    const int total = 37, stride = 3 * hd;
+    std::vector<float> q(hd), keys(total * stride), values(total * stride);
+    for (float& v : q) v = normal(rng);
+    for (float& v : keys) v = normal(rng);
+    for (float& v : values) v = normal(rng);
+    std::vector<double> weights(total), want(hd, 0.0);
+    double sum = 0;
+    for (int j = 0; j < total; ++j) {
+      double d = 0;
+      for (int i = 0; i < hd; ++i) d += double(q[i]) * keys[j * stride + i];
+      weights[j] = std::exp(d * 0.25);
+      sum += weights[j];
+    }
+    for (int j = 0; j < total; ++j)
+      for (int i = 0; i < hd; ++i) want[i] += weights[j] / sum * values[j * stride + i];
+    for (const DotKernels& k : kernelSetsOnThisCPU()) {
+      if (!k.attendRow) continue;
+      SCOPED_TRACE(std::string(k.name) + " head size " + std::to_string(hd));
+      std::vector<float> scores(total), out(hd, std::nanf(""));
+      k.attendRow(q.data(), keys.data(), values.data(), total, stride, hd, 0.25f, scores.data(), out.data());
+      for (int i = 0; i < hd; ++i) ASSERT_NEAR(out[i], want[i], 1e-4) << i;
+    }
+  }
+  EXPECT_NE(dotKernels().attendRow, nullptr);
+}
+
 TEST(QuantizedProduct, BatchedJobsMatchSeparateProducts) {
   Fixture a(GGMLType::q4K, 2, 40, 256, 1), b(GGMLType::f16, 2, 24, 256, 2), c(GGMLType::q8_0, 2, 8, 256, 3);
   std::vector<float> ya(80), yb(48), yc(16);
