@@ -52,6 +52,8 @@ DotKernels choose() {
   DotKernels k = chooseProducts();
   if (!k.attendRow && cpuHasAVX2()) k.attendRow = avx2DotKernels().attendRow;
   if (!k.attendRow) k.attendRow = genericDotKernels().attendRow;
+  if (!k.gated && cpuHasAVX2()) k.gated = avx2DotKernels().gated;
+  if (!k.gated) k.gated = genericDotKernels().gated;
   return k;
 }
 

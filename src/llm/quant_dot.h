@@ -23,12 +23,16 @@ using RowDot = void (*)(const uint8_t* w, const QuantizedRows& x, int t0, int nt
 using AttendRow = void (*)(const float* q, const float* keys, const float* values, int total, size_t stride, int hd,
                            float scale, float* s, float* out);
 
+// g[i] = silu(g[i]) × u[i] for i < n: the gated activation between the feed-forward products.
+using GatedActivation = void (*)(float* g, const float* u, size_t n);
+
 struct DotKernels {
   const char* name = "";
   RowDot q8_0 = nullptr;  // needs 32-blocks
   RowDot q4K = nullptr;   // needs 256-blocks
   RowDot q6K = nullptr;   // needs 256-blocks
   AttendRow attendRow = nullptr;  // sets without their own take the best other one
+  GatedActivation gated = nullptr;  // likewise
 };
 
 // The kernels this CPU supports best (AVX-512 VNNI, AVX2, NEON dot product, else plain C++).

@@ -344,9 +344,38 @@ void attendRow(const float* q, const float* keys, const float* values, int total
   }
 }
 
+// e^x for eight floats: x = n ln 2 + r with |r| <= ln 2 / 2, e^r by a degree-7 polynomial
+// (relative error about 2e-7), 2^n put into the exponent bits. Inputs are clamped to where e^x is
+// a normal float, which the gated activation below never needs beyond.
+inline __m256 exp8(__m256 x) {
+  x = _mm256_min_ps(_mm256_max_ps(x, _mm256_set1_ps(-87.0f)), _mm256_set1_ps(88.0f));
+  const __m256 n = _mm256_round_ps(_mm256_mul_ps(x, _mm256_set1_ps(1.44269504f)), _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_NO_EXC);
+  __m256 r = _mm256_fnmadd_ps(n, _mm256_set1_ps(0.693359375f), x);
+  r = _mm256_fnmadd_ps(n, _mm256_set1_ps(-2.12194440e-4f), r);
+  __m256 p = _mm256_set1_ps(1.9875691500e-4f);
+  p = _mm256_fmadd_ps(p, r, _mm256_set1_ps(1.3981999507e-3f));
+  p = _mm256_fmadd_ps(p, r, _mm256_set1_ps(8.3334519073e-3f));
+  p = _mm256_fmadd_ps(p, r, _mm256_set1_ps(4.1665795894e-2f));
+  p = _mm256_fmadd_ps(p, r, _mm256_set1_ps(1.6666665459e-1f));
+  p = _mm256_fmadd_ps(p, r, _mm256_set1_ps(5.0000001201e-1f));
+  p = _mm256_fmadd_ps(_mm256_mul_ps(p, r), r, _mm256_add_ps(r, _mm256_set1_ps(1.0f)));
+  const __m256i bits = _mm256_slli_epi32(_mm256_add_epi32(_mm256_cvtps_epi32(n), _mm256_set1_epi32(127)), 23);
+  return _mm256_mul_ps(p, _mm256_castsi256_ps(bits));
+}
+
+void gated(float* g, const float* u, size_t n) {
+  size_t i = 0;
+  for (; i + 8 <= n; i += 8) {
+    const __m256 x = _mm256_loadu_ps(g + i);
+    const __m256 e = exp8(_mm256_sub_ps(_mm256_setzero_ps(), x));
+    _mm256_storeu_ps(g + i, _mm256_div_ps(_mm256_mul_ps(x, _mm256_loadu_ps(u + i)), _mm256_add_ps(_mm256_set1_ps(1.0f), e)));
+  }
+  for (; i < n; ++i) g[i] = g[i] / (1.0f + std::exp(-g[i])) * u[i];
+}
+
 }  // namespace
 
-DotKernels avx2DotKernels() { return {"avx2", dotQ8_0, dotQ4K, dotQ6K, attendRow}; }
+DotKernels avx2DotKernels() { return {"avx2", dotQ8_0, dotQ4K, dotQ6K, attendRow, gated}; }
 
 }  // namespace skimlet
 

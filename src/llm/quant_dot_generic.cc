@@ -113,8 +113,12 @@ void attendRow(const float* q, const float* keys, const float* values, int total
   }
 }
 
+void gated(float* g, const float* u, size_t n) {
+  for (size_t i = 0; i < n; ++i) g[i] = g[i] / (1.0f + std::exp(-g[i])) * u[i];
+}
+
 }  // namespace
 
-DotKernels genericDotKernels() { return {"generic", dotQ8_0, dotQ4K, dotQ6K, attendRow}; }
+DotKernels genericDotKernels() { return {"generic", dotQ8_0, dotQ4K, dotQ6K, attendRow, gated}; }
 
 }  // namespace skimlet

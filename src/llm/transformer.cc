@@ -244,9 +244,10 @@ std::vector<float> Transformer::forward(std::span<const int> tokens, int start) 
     matmulAll(gateUp, n);
     // Thousands of exponentials per token: shared out rather than left to one core.
     constexpr size_t kGateChunk = 2048;
+    const GatedActivation gated = dotKernels().gated;
     ThreadPool::shared().parallelFor(static_cast<int64_t>((n * F + kGateChunk - 1) / kGateChunk), [&](int64_t c) {
-      const size_t end = std::min(n * F, static_cast<size_t>(c + 1) * kGateChunk);
-      for (size_t i = static_cast<size_t>(c) * kGateChunk; i < end; ++i) g[i] = g[i] / (1.0f + std::exp(-g[i])) * u[i];
+      const size_t begin = static_cast<size_t>(c) * kGateChunk;
+      gated(g.data() + begin, u.data() + begin, std::min(n * F, begin + kGateChunk) - begin);
     });
     matmul(g.data(), n, L.wd, tmp.data());
     addRows(x.data(), tmp.data(), n * E);

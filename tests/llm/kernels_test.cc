@@ -262,8 +262,8 @@ TEST(QuantizedProduct, AgreesWithTheBandPathForEveryKernelSet) {
   }
 }
 
-// One query row's attention, head sizes of whole and partial vector steps, keys strided as in the cache:
-// every set's kernel agrees with the plain one, which agrees with the softmax written out here.
+// One query row's attention, head sizes of whole and partial vector steps, keys strided as in
+// the cache: every set's kernel agrees with the softmax written out here.
 TEST(AttentionRow, EveryKernelSetAgreesWithThePlainLoops) {
   std::mt19937 rng(5);
   std::normal_distribution<float> normal(0, 1);
@@ -292,6 +292,27 @@ TEST(AttentionRow, EveryKernelSetAgreesWithThePlainLoops) {
     }
   }
   EXPECT_NE(dotKernels().attendRow, nullptr);
+}
+
+// The gated activation over the whole float range a layer can produce, at lengths around the
+// vector width: close to silu(g) × u computed in double.
+TEST(GatedActivation, EveryKernelSetAgreesWithTheFormula) {
+  std::vector<float> g0, u;
+  for (float v : {-200.0f, -87.5f, -30.0f, -3.0f, -0.5f, 0.0f, 1e-8f, 0.7f, 4.0f, 30.0f, 88.5f, 300.0f, -2.25f})
+    g0.push_back(v);
+  for (size_t i = 0; i < g0.size(); ++i) u.push_back(i % 2 ? -1.5f : 2.0f);
+  for (const DotKernels& k : kernelSetsOnThisCPU()) {
+    if (!k.gated) continue;
+    for (size_t n : {size_t{8}, size_t{13}}) {
+      std::vector<float> g(g0.begin(), g0.begin() + n);
+      k.gated(g.data(), u.data(), n);
+      for (size_t i = 0; i < n; ++i) {
+        const double want = g0[i] / (1.0 + std::exp(-double(g0[i]))) * u[i];
+        ASSERT_NEAR(g[i], want, 1e-6 * std::max(1.0, std::fabs(want))) << k.name << " g " << g0[i];
+      }
+    }
+  }
+  EXPECT_NE(dotKernels().gated, nullptr);
 }
 
 TEST(QuantizedProduct, BatchedJobsMatchSeparateProducts) {
