@@ -16,12 +16,14 @@ inline constexpr int kDotTile = 8;
 // out[i] = row w · activation row t0 + i, for i < nt (nt <= kDotTile).
 using RowDot = void (*)(const uint8_t* w, const QuantizedRows& x, int t0, int nt, float* out);
 
-// One query row's attention over `total` cached positions of one head: scores (scaled dot
-// products with the keys, into s), their softmax, and the weighted sum of the values into out
-// (hd floats). Key and value rows are `stride` floats apart. Not a quantized product, but one
-// token's attention is the other loop of generation that wants the vector units.
-using AttendRow = void (*)(const float* q, const float* keys, const float* values, int total, size_t stride, int hd,
-                           float scale, float* s, float* out);
+// One token's attention for `heads` query heads that share one key/value head, over `total`
+// cached positions: scores (scaled dot products with the keys, into s, `total` floats a head),
+// their softmax, and the weighted sums of the values into out. Query and output rows are hd
+// floats apart, key and value rows `stride` floats. The heads go together so that each key and
+// value row is fetched once for all of them. Not a quantized product, but one token's attention
+// is the other loop of generation that wants the vector units.
+using AttendRow = void (*)(const float* q, int heads, const float* keys, const float* values, int total, size_t stride,
+                           int hd, float scale, float* s, float* out);
 
 // g[i] = silu(g[i]) × u[i] for i < n: the gated activation between the feed-forward products.
 using GatedActivation = void (*)(float* g, const float* u, size_t n);

@@ -310,40 +310,6 @@ void dotQ6K(const uint8_t* w, const QuantizedRows& x, int t0, int nt, float* out
   byTileSize<Q6KTile>(nt, std::make_integer_sequence<int, kDotTile>(), w, x, t0, out);
 }
 
-void attendRow(const float* q, const float* keys, const float* values, int total, size_t stride, int hd, float scale,
-               float* s, float* out) {
-  const int vecEnd = hd / 8 * 8;
-  float mx = -INFINITY;
-  for (int j = 0; j < total; ++j) {
-    const float* k = keys + static_cast<size_t>(j) * stride;
-    __m256 a0 = _mm256_setzero_ps(), a1 = _mm256_setzero_ps();
-    int i = 0;
-    for (; i + 16 <= vecEnd; i += 16) {
-      a0 = _mm256_fmadd_ps(_mm256_loadu_ps(q + i), _mm256_loadu_ps(k + i), a0);
-      a1 = _mm256_fmadd_ps(_mm256_loadu_ps(q + i + 8), _mm256_loadu_ps(k + i + 8), a1);
-    }
-    if (i < vecEnd) a0 = _mm256_fmadd_ps(_mm256_loadu_ps(q + i), _mm256_loadu_ps(k + i), a0);
-    float sum = hsum(_mm256_add_ps(a0, a1));
-    for (i = vecEnd; i < hd; ++i) sum += q[i] * k[i];
-    s[j] = scale * sum;
-    mx = std::max(mx, s[j]);
-  }
-  float sum = 0;
-  for (int j = 0; j < total; ++j) {
-    s[j] = std::exp(s[j] - mx);
-    sum += s[j];
-  }
-  const float inv = 1.0f / sum;
-  std::fill(out, out + hd, 0.0f);
-  for (int j = 0; j < total; ++j) {
-    const __m256 p = _mm256_set1_ps(s[j] * inv);
-    const float* v = values + static_cast<size_t>(j) * stride;
-    for (int i = 0; i < vecEnd; i += 8)
-      _mm256_storeu_ps(out + i, _mm256_fmadd_ps(p, _mm256_loadu_ps(v + i), _mm256_loadu_ps(out + i)));
-    for (int i = vecEnd; i < hd; ++i) out[i] += s[j] * inv * v[i];
-  }
-}
-
 // e^x for eight floats: x = n ln 2 + r with |r| <= ln 2 / 2, e^r by a degree-7 polynomial
 // (relative error about 2e-7), 2^n put into the exponent bits. Inputs are clamped to where e^x is
 // a normal float, which the gated activation below never needs beyond.
@@ -361,6 +327,56 @@ inline __m256 exp8(__m256 x) {
   p = _mm256_fmadd_ps(_mm256_mul_ps(p, r), r, _mm256_add_ps(r, _mm256_set1_ps(1.0f)));
   const __m256i bits = _mm256_slli_epi32(_mm256_add_epi32(_mm256_cvtps_epi32(n), _mm256_set1_epi32(127)), 23);
   return _mm256_mul_ps(p, _mm256_castsi256_ps(bits));
+}
+
+void attendRow(const float* q, int heads, const float* keys, const float* values, int total, size_t stride, int hd,
+               float scale, float* s, float* out) {
+  const int vecEnd = hd / 8 * 8;
+  for (int j = 0; j < total; ++j) {
+    const float* k = keys + static_cast<size_t>(j) * stride;
+    for (int h = 0; h < heads; ++h) {
+      const float* qh = q + h * hd;
+      __m256 a0 = _mm256_setzero_ps(), a1 = _mm256_setzero_ps();
+      int i = 0;
+      for (; i + 16 <= vecEnd; i += 16) {
+        a0 = _mm256_fmadd_ps(_mm256_loadu_ps(qh + i), _mm256_loadu_ps(k + i), a0);
+        a1 = _mm256_fmadd_ps(_mm256_loadu_ps(qh + i + 8), _mm256_loadu_ps(k + i + 8), a1);
+      }
+      if (i < vecEnd) a0 = _mm256_fmadd_ps(_mm256_loadu_ps(qh + i), _mm256_loadu_ps(k + i), a0);
+      float sum = hsum(_mm256_add_ps(a0, a1));
+      for (i = vecEnd; i < hd; ++i) sum += qh[i] * k[i];
+      s[h * total + j] = scale * sum;
+    }
+  }
+  for (int h = 0; h < heads; ++h) {
+    float* sh = s + h * total;
+    const float mx = *std::max_element(sh, sh + total);
+    __m256 sum8 = _mm256_setzero_ps();
+    int j = 0;
+    for (; j + 8 <= total; j += 8) {
+      const __m256 e = exp8(_mm256_sub_ps(_mm256_loadu_ps(sh + j), _mm256_set1_ps(mx)));
+      _mm256_storeu_ps(sh + j, e);
+      sum8 = _mm256_add_ps(sum8, e);
+    }
+    float sum = hsum(sum8);
+    for (; j < total; ++j) {
+      sh[j] = std::exp(sh[j] - mx);
+      sum += sh[j];
+    }
+    const float inv = 1.0f / sum;
+    for (j = 0; j < total; ++j) sh[j] *= inv;
+  }
+  std::fill(out, out + heads * hd, 0.0f);
+  for (int j = 0; j < total; ++j) {
+    const float* v = values + static_cast<size_t>(j) * stride;
+    for (int h = 0; h < heads; ++h) {
+      const __m256 p = _mm256_set1_ps(s[h * total + j]);
+      float* o = out + h * hd;
+      for (int i = 0; i < vecEnd; i += 8)
+        _mm256_storeu_ps(o + i, _mm256_fmadd_ps(p, _mm256_loadu_ps(v + i), _mm256_loadu_ps(o + i)));
+      for (int i = vecEnd; i < hd; ++i) o[i] += s[h * total + j] * v[i];
+    }
+  }
 }
 
 void gated(float* g, const float* u, size_t n) {

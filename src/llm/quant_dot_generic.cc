@@ -89,27 +89,32 @@ void dotQ6K(const uint8_t* w, const QuantizedRows& x, int t0, int nt, float* out
   }
 }
 
-void attendRow(const float* q, const float* keys, const float* values, int total, size_t stride, int hd, float scale,
-               float* s, float* out) {
-  float mx = -INFINITY;
+void attendRow(const float* q, int heads, const float* keys, const float* values, int total, size_t stride, int hd,
+               float scale, float* s, float* out) {
   for (int j = 0; j < total; ++j) {
     const float* k = keys + static_cast<size_t>(j) * stride;
+    for (int h = 0; h < heads; ++h) {
+      float sum = 0;
+      for (int i = 0; i < hd; ++i) sum += q[h * hd + i] * k[i];
+      s[h * total + j] = scale * sum;
+    }
+  }
+  for (int h = 0; h < heads; ++h) {
+    float* sh = s + h * total;
+    const float mx = *std::max_element(sh, sh + total);
     float sum = 0;
-    for (int i = 0; i < hd; ++i) sum += q[i] * k[i];
-    s[j] = scale * sum;
-    mx = std::max(mx, s[j]);
+    for (int j = 0; j < total; ++j) {
+      sh[j] = std::exp(sh[j] - mx);
+      sum += sh[j];
+    }
+    const float inv = 1.0f / sum;
+    for (int j = 0; j < total; ++j) sh[j] *= inv;
   }
-  float sum = 0;
+  std::fill(out, out + heads * hd, 0.0f);
   for (int j = 0; j < total; ++j) {
-    s[j] = std::exp(s[j] - mx);
-    sum += s[j];
-  }
-  const float inv = 1.0f / sum;
-  std::fill(out, out + hd, 0.0f);
-  for (int j = 0; j < total; ++j) {
-    const float p = s[j] * inv;
     const float* v = values + static_cast<size_t>(j) * stride;
-    for (int i = 0; i < hd; ++i) out[i] += p * v[i];
+    for (int h = 0; h < heads; ++h)
+      for (int i = 0; i < hd; ++i) out[h * hd + i] += s[h * total + j] * v[i];
   }
 }
 

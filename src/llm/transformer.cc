@@ -167,12 +167,16 @@ void Transformer::attention(int layer, int n, int start, const float* q, float* 
   const float* keys = kCache[layer].get();
   const float* values = vCache[layer].get();
   if (n == 1) {
-    const AttendRow attend = dotKernels().attendRow;
     // One query row per head: plain loops. A matrix product call per head costs more than the
-    // arithmetic here, and a BLAS copies the whole strided key block for it.
-    ThreadPool::shared().parallelFor(nHead, [&](int64_t head) {
+    // arithmetic here, and a BLAS copies the whole strided key block for it. The heads of one
+    // key/value head go together, in as few tasks as still give every core some.
+    const AttendRow attend = dotKernels().attendRow;
+    int perTask = group;
+    while (perTask % 2 == 0 && nHead / perTask < 2 * ThreadPool::shared().threads()) perTask /= 2;
+    ThreadPool::shared().parallelFor(nHead / perTask, [&](int64_t task) {
+      const int head = static_cast<int>(task) * perTask;
       const size_t kvOffset = static_cast<size_t>(head / group) * hd;
-      attend(q + head * hd, keys + kvOffset, values + kvOffset, total, kvDim(), hd, scale,
+      attend(q + head * hd, perTask, keys + kvOffset, values + kvOffset, total, kvDim(), hd, scale,
              scores.data() + static_cast<size_t>(head) * total, out + head * hd);
     });
     return;

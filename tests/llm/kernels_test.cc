@@ -262,33 +262,37 @@ TEST(QuantizedProduct, AgreesWithTheBandPathForEveryKernelSet) {
   }
 }
 
-// One query row's attention, head sizes of whole and partial vector steps, keys strided as in
-// the cache: every set's kernel agrees with the softmax written out here.
-TEST(AttentionRow, EveryKernelSetAgreesWithThePlainLoops) {
+// One token's attention for three query heads sharing keys and values, head sizes of whole and
+// partial vector steps, keys strided as in the cache: every set agrees with the softmax written
+// out here.
+TEST(AttentionRow, EveryKernelSetAgreesWithThePlainSoftmax) {
   std::mt19937 rng(5);
   std::normal_distribution<float> normal(0, 1);
   for (int hd : {128, 28}) {
-    const int total = 37, stride = 3 * hd;
-    std::vector<float> q(hd), keys(total * stride), values(total * stride);
+    const int heads = 3, total = 37, stride = 3 * hd;
+    std::vector<float> q(heads * hd), keys(total * stride), values(total * stride);
     for (float& v : q) v = normal(rng);
     for (float& v : keys) v = normal(rng);
     for (float& v : values) v = normal(rng);
-    std::vector<double> weights(total), want(hd, 0.0);
-    double sum = 0;
-    for (int j = 0; j < total; ++j) {
-      double d = 0;
-      for (int i = 0; i < hd; ++i) d += double(q[i]) * keys[j * stride + i];
-      weights[j] = std::exp(d * 0.25);
-      sum += weights[j];
+    std::vector<double> want(heads * hd, 0.0);
+    for (int h = 0; h < heads; ++h) {
+      std::vector<double> weights(total);
+      double sum = 0;
+      for (int j = 0; j < total; ++j) {
+        double d = 0;
+        for (int i = 0; i < hd; ++i) d += double(q[h * hd + i]) * keys[j * stride + i];
+        weights[j] = std::exp(d * 0.25);
+        sum += weights[j];
+      }
+      for (int j = 0; j < total; ++j)
+        for (int i = 0; i < hd; ++i) want[h * hd + i] += weights[j] / sum * values[j * stride + i];
     }
-    for (int j = 0; j < total; ++j)
-      for (int i = 0; i < hd; ++i) want[i] += weights[j] / sum * values[j * stride + i];
     for (const DotKernels& k : kernelSetsOnThisCPU()) {
       if (!k.attendRow) continue;
       SCOPED_TRACE(std::string(k.name) + " head size " + std::to_string(hd));
-      std::vector<float> scores(total), out(hd, std::nanf(""));
-      k.attendRow(q.data(), keys.data(), values.data(), total, stride, hd, 0.25f, scores.data(), out.data());
-      for (int i = 0; i < hd; ++i) ASSERT_NEAR(out[i], want[i], 1e-4) << i;
+      std::vector<float> scores(heads * total), out(heads * hd, std::nanf(""));
+      k.attendRow(q.data(), heads, keys.data(), values.data(), total, stride, hd, 0.25f, scores.data(), out.data());
+      for (int i = 0; i < heads * hd; ++i) ASSERT_NEAR(out[i], want[i], 1e-4) << i;
     }
   }
   EXPECT_NE(dotKernels().attendRow, nullptr);
