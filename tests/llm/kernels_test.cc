@@ -16,12 +16,6 @@
 namespace skimlet {
 namespace {
 
-float bitsToFloat(uint32_t b) {
-  float f;
-  std::memcpy(&f, &b, 4);
-  return f;
-}
-
 uint32_t floatBits(float f) {
   uint32_t b;
   std::memcpy(&b, &f, 4);
@@ -142,7 +136,9 @@ TEST(BlockFormats, RowsConvertEachTypeAndSkipUnsupportedOnes) {
     double err = 0;
     for (size_t i = 0; i < x.size(); ++i) err = std::max(err, std::fabs(double(all[i]) - x[i]));
     EXPECT_LT(err, type == GGMLType::q4K ? 0.6 : 0.2) << type;  // the writer's quantizer is sane
-    if (type == GGMLType::f32) EXPECT_EQ(all, x);
+    if (type == GGMLType::f32) {
+      EXPECT_EQ(all, x);
+    }
   }
   std::vector<uint8_t> bytes(64, 0xFF);
   float out[4] = {7, 7, 7, 7};
