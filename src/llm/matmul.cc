@@ -65,10 +65,11 @@ void bandProduct(const float* x, int n, const QMatrix& m, float* y, int64_t band
 // stay in cache while the activation tiles stream past them.
 void quantizedBand(const QuantizedRows& xq, const QMatrix& m, float* y, int64_t r0, int64_t r1, RowDot dot) {
   float out[kDotTile];
+  const size_t rowBytes = m.rowBytes();
   for (int t0 = 0; t0 < xq.n; t0 += kDotTile) {
     const int nt = std::min(kDotTile, xq.n - t0);
     for (int64_t r = r0; r < r1; ++r) {
-      dot(m.row(r), xq, t0, nt, out);
+      dot(m.ptr + static_cast<size_t>(r) * rowBytes, xq, t0, nt, out);
       for (int i = 0; i < nt; ++i) y[(t0 + i) * m.rows + r] = out[i];
     }
   }
@@ -113,12 +114,17 @@ void runAll(std::span<const MatmulJob> jobs, int n, const DotKernels& kernels, b
     RowDot dot;
     int64_t firstTask, bands;
     int rowsPerBand;
+    // Quantized path: the last rows go in quarter bands, so that the cores finish a round
+    // nearly together instead of one waiting for the other's last full band.
+    int64_t fullBands = 0;
+    int tailRows = 0;
   };
   std::vector<Plan> plans;
   int64_t tasks = 0;
   for (const MatmulJob& job : jobs) {
     Plan plan{&job, nullptr, nullptr, tasks, 0, bandRows(n)};
     if (quantized && quantizedPathSupports(*job.m)) {
+      plan.rowsPerBand = quantizedBandRows(n, job.m->rowBytes());
       plan.dot = kernelFor(job.m->type, kernels);
       const int blockLen = blockLenFor(job.m->type);
       auto it = std::find_if(prepared.begin(), prepared.end(),
@@ -131,6 +137,12 @@ void runAll(std::span<const MatmulJob> jobs, int n, const DotKernels& kernels, b
       plan.xq = it->rows.get();
     }
     plan.bands = (job.m->rows + plan.rowsPerBand - 1) / plan.rowsPerBand;
+    if (plan.xq) {
+      plan.fullBands = std::max<int64_t>(0, job.m->rows / plan.rowsPerBand - 2);
+      plan.tailRows = std::max(1, plan.rowsPerBand / 4);
+      const int64_t rest = job.m->rows - plan.fullBands * plan.rowsPerBand;
+      plan.bands = plan.fullBands + (rest + plan.tailRows - 1) / plan.tailRows;
+    }
     tasks += plan.bands;
     plans.push_back(plan);
   }
@@ -140,8 +152,11 @@ void runAll(std::span<const MatmulJob> jobs, int n, const DotKernels& kernels, b
     const int64_t band = task - plan->firstTask;
     const QMatrix& m = *plan->job->m;
     if (plan->xq) {
-      const int64_t r0 = band * plan->rowsPerBand;
-      quantizedBand(*plan->xq, m, plan->job->y, r0, std::min(m.rows, r0 + plan->rowsPerBand), plan->dot);
+      const bool full = band < plan->fullBands;
+      const int64_t r0 = full ? band * plan->rowsPerBand
+                              : plan->fullBands * plan->rowsPerBand + (band - plan->fullBands) * plan->tailRows;
+      quantizedBand(*plan->xq, m, plan->job->y, r0, std::min(m.rows, r0 + (full ? plan->rowsPerBand : plan->tailRows)),
+                    plan->dot);
     } else {
       bandProduct(plan->job->x, n, m, plan->job->y, band, plan->rowsPerBand);
     }

@@ -2,6 +2,8 @@
 // mapped file; every product fans out over the shared thread pool in bands of weight rows.
 #pragma once
 
+#include <algorithm>
+#include <cstddef>
 #include <span>
 
 #include "llm/qmatrix.h"
@@ -11,6 +13,15 @@ namespace skimlet {
 
 // Rows of W per band: small for one token so that both cores get work, larger for prompts.
 inline int bandRows(int n) { return n == 1 ? 32 : 64; }
+
+// Rows per task of the quantized path. One token reads each weight once and fast, so a task is
+// about 128 KiB of weights (claiming a task costs a cache line passed between the cores, which
+// 32 short rows did not pay for); several tokens spend longer on each row, so 64 rows do.
+inline int quantizedBandRows(int n, size_t rowBytes) {
+  if (n > 1) return 64;
+  const size_t rows = (size_t{128} << 10) / std::max<size_t>(rowBytes, 1);
+  return static_cast<int>(std::clamp<size_t>(rows / 16 * 16, 16, 256));
+}
 
 // x: n rows of m.cols floats; y: n rows of m.rows floats. Picks the fastest path for the type.
 void matmul(const float* x, int n, const QMatrix& m, float* y);

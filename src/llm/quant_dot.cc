@@ -35,7 +35,7 @@ bool cpuHasDotProd() {
 #endif
 }
 
-DotKernels choose() {
+DotKernels chooseProducts() {
   if (cpuHasAVX512VNNI()) {
     if (auto k = avx512DotKernels(); k.q4K) return k;
   }
@@ -46,6 +46,15 @@ DotKernels choose() {
     if (auto k = neonDotKernels(); k.q4K) return k;
   }
   return genericDotKernels();
+}
+
+DotKernels choose() {
+  DotKernels k = chooseProducts();
+  if (!k.attendRow && cpuHasAVX2()) k.attendRow = avx2DotKernels().attendRow;
+  if (!k.attendRow) k.attendRow = genericDotKernels().attendRow;
+  if (!k.gated && cpuHasAVX2()) k.gated = avx2DotKernels().gated;
+  if (!k.gated) k.gated = genericDotKernels().gated;
+  return k;
 }
 
 }  // namespace

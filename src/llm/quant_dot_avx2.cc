@@ -1,10 +1,21 @@
 // AVX2 kernels: unsigned weight bytes times signed activation bytes with maddubs, pairs widened
 // and scaled by the sub-block scale with madd. Built with -mavx2 -mfma -mf16c.
+//
+// One token (generation) reads every weight once, so the one-row kernels must keep up with
+// memory: sub-block scales are spread over lanes by one byte shuffle each instead of a scalar
+// broadcast, block scales are converted with F16C, and nothing but the row's sum leaves the
+// registers. Several tokens (prompts) share each unpacked block: its nibbles and scales are
+// unpacked once and every activation row is multiplied with them.
 #include "llm/quant_dot.h"
 
-#if defined(__AVX2__) && defined(__FMA__)
+#if defined(__AVX2__) && defined(__FMA__) && defined(__F16C__)
 
 #include <immintrin.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <utility>
 
 #include "llm/dequant.h"
 #include "llm/f16.h"
@@ -20,7 +31,45 @@ inline float hsum(__m256 v) {
   return _mm_cvtss_f32(s);
 }
 
+inline float hsum(__m128 s) {
+  s = _mm_add_ps(s, _mm_movehl_ps(s, s));
+  s = _mm_add_ss(s, _mm_movehdup_ps(s));
+  return _mm_cvtss_f32(s);
+}
+
 inline __m256i load(const void* p) { return _mm256_loadu_si256(static_cast<const __m256i*>(p)); }
+inline __m128i load128(const void* p) { return _mm_loadu_si128(static_cast<const __m128i*>(p)); }
+
+// The first two halves at p (d and dmin of a Q4_K block) as floats in lanes 0 and 1. The
+// hardware conversion is exact, subnormals and all.
+inline __m128 twoHalves(const uint8_t* p) {
+  uint32_t v;
+  std::memcpy(&v, p, 4);
+  return _mm_cvtph_ps(_mm_cvtsi32_si128(static_cast<int>(v)));
+}
+
+inline float oneHalf(const uint8_t* p) {
+  uint16_t v;
+  std::memcpy(&v, p, 2);
+  return _cvtsh_ss(v);
+}
+
+// Weight bytes this far ahead are asked for while the current block is multiplied: the hardware
+// prefetcher stops at every 4 KiB page, and one token's products are bound by memory.
+constexpr int kPrefetchAhead = 2048;
+
+template <int Lines>
+inline void prefetchAhead(const uint8_t* p) {
+  for (int i = 0; i < Lines; ++i) _mm_prefetch(reinterpret_cast<const char*>(p) + kPrefetchAhead + 64 * i, _MM_HINT_T0);
+}
+
+// Pins an accumulator to a register at this point. Without it the compiler reassociates the
+// sums of a tile kernel into one tree over all its products, which needs far more registers
+// than there are, and spills most of them.
+inline void keep(__m256i& v) { __asm__("" : "+x"(v)); }
+
+// Shuffle masks that repeat 16-bit element k of each 128-bit lane across that lane.
+inline __m256i wordBroadcast(int k) { return _mm256_set1_epi16(static_cast<int16_t>(0x0100 + 0x0202 * k)); }
 
 void dotQ8_0(const uint8_t* w, const QuantizedRows& x, int t0, int nt, float* out) {
   const int64_t nb = x.cols / 32;
@@ -35,88 +84,314 @@ void dotQ8_0(const uint8_t* w, const QuantizedRows& x, int t0, int nt, float* ou
       // maddubs wants its first operand unsigned: move the weight's sign onto the activation.
       const __m256i prod = _mm256_maddubs_epi16(_mm256_sign_epi8(q, q), _mm256_sign_epi8(load(xq + 32 * b), q));
       const __m256i sum = _mm256_madd_epi16(prod, ones);
-      acc = _mm256_fmadd_ps(_mm256_cvtepi32_ps(sum), _mm256_set1_ps(readHalf(blk) * xd[b]), acc);
+      acc = _mm256_fmadd_ps(_mm256_cvtepi32_ps(sum), _mm256_set1_ps(oneHalf(blk) * xd[b]), acc);
     }
     out[i] = hsum(acc);
   }
 }
 
-void dotQ4K(const uint8_t* w, const QuantizedRows& x, int t0, int nt, float* out) {
-  const int64_t nb = x.cols / 256;
-  const __m256i low4 = _mm256_set1_epi8(0x0F);
-  __m256 acc[kDotTile], accMin[kDotTile];
-  for (int i = 0; i < nt; ++i) acc[i] = accMin[i] = _mm256_setzero_ps();
-  for (int64_t b = 0; b < nb; ++b) {
-    const uint8_t* blk = w + b * 144;
-    const float d = readHalf(blk), dmin = readHalf(blk + 2);
-    uint32_t u[4];
-    q4KScalesMins(blk + 4, u);
-    const uint8_t* sc = reinterpret_cast<const uint8_t*>(u);
-    const __m128i mins = _mm_cvtepu8_epi16(_mm_set_epi32(0, 0, static_cast<int>(u[3]), static_cast<int>(u[2])));
-    // Each minimum covers two runs of 16 activation sums.
-    const __m256i minsPaired = _mm256_set_m128i(_mm_unpackhi_epi16(mins, mins), _mm_unpacklo_epi16(mins, mins));
-    __m256i wq[8];
-    for (int p = 0; p < 4; ++p) {
-      const __m256i q = load(blk + 16 + 32 * p);
-      wq[2 * p] = _mm256_and_si256(q, low4);
-      wq[2 * p + 1] = _mm256_and_si256(_mm256_srli_epi16(q, 4), low4);
-    }
-    for (int i = 0; i < nt; ++i) {
-      const int8_t* q8 = x.rowQ(t0 + i) + 256 * b;
-      __m256i isum = _mm256_setzero_si256();
-      for (int j = 0; j < 8; ++j) {
-        const __m256i prod = _mm256_maddubs_epi16(wq[j], load(q8 + 32 * j));
-        isum = _mm256_add_epi32(isum, _mm256_madd_epi16(prod, _mm256_set1_epi16(sc[j])));
-      }
-      const float dx = x.rowD(t0 + i)[b];
-      acc[i] = _mm256_fmadd_ps(_mm256_cvtepi32_ps(isum), _mm256_set1_ps(d * dx), acc[i]);
-      const __m256i m = _mm256_madd_epi16(load(x.rowSums(t0 + i) + 16 * b), minsPaired);
-      accMin[i] = _mm256_fmadd_ps(_mm256_cvtepi32_ps(m), _mm256_set1_ps(dmin * dx), accMin[i]);
-    }
-  }
-  for (int i = 0; i < nt; ++i) out[i] = hsum(acc[i]) - hsum(accMin[i]);
+// Scales (bytes 0-7) and minimums (8-15) of a Q4_K block, widened to 16 bits: scales in the
+// low lane, minimums in the high one.
+inline __m256i q4KScalesMins16(const uint8_t* blk) {
+  uint32_t u[4];
+  q4KScalesMins(blk + 4, u);
+  return _mm256_cvtepu8_epi16(load128(u));
 }
 
-void dotQ6K(const uint8_t* w, const QuantizedRows& x, int t0, int nt, float* out) {
+// The eight minimums of a Q4_K block as floats times the block's dmin: multiplied with the
+// activation row's scaled sums of the same runs, they give the minimums' share of the block.
+inline __m256 q4KMins(__m256i scalesMins, __m128 dd) {
+  const __m256i mins = _mm256_cvtepu16_epi32(_mm256_extracti128_si256(scalesMins, 1));
+  return _mm256_mul_ps(_mm256_broadcastss_ps(_mm_shuffle_ps(dd, dd, 0x55)), _mm256_cvtepi32_ps(mins));
+}
+
+void dotQ4KOne(const uint8_t* w, const QuantizedRows& x, int t, float* out) {
   const int64_t nb = x.cols / 256;
-  const __m256i low4 = _mm256_set1_epi8(0x0F), low2 = _mm256_set1_epi8(0x03);
-  __m256 acc[kDotTile];
-  for (int i = 0; i < nt; ++i) acc[i] = _mm256_setzero_ps();
-  for (int64_t b = 0; b < nb; ++b) {
-    const uint8_t* blk = w + b * 210;
-    const int8_t* sc = reinterpret_cast<const int8_t*>(blk + 192);
-    const float d = readHalf(blk + 208);
-    const __m256i scales = _mm256_cvtepi8_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i*>(sc)));
-    // Values are stored biased by 32 (0..63), which maddubs needs; the bias is taken off below
-    // through the activation sums.
-    __m256i wq[8], ws[8];
-    for (int h = 0; h < 2; ++h) {
-      const __m256i ql0 = load(blk + 64 * h), ql1 = load(blk + 64 * h + 32);
-      const __m256i qh = load(blk + 128 + 32 * h);
-      auto high = [&](int shift) { return _mm256_slli_epi16(_mm256_and_si256(_mm256_srli_epi16(qh, shift), low2), 4); };
-      wq[4 * h + 0] = _mm256_or_si256(_mm256_and_si256(ql0, low4), high(0));
-      wq[4 * h + 1] = _mm256_or_si256(_mm256_and_si256(ql1, low4), high(2));
-      wq[4 * h + 2] = _mm256_or_si256(_mm256_and_si256(_mm256_srli_epi16(ql0, 4), low4), high(4));
-      wq[4 * h + 3] = _mm256_or_si256(_mm256_and_si256(_mm256_srli_epi16(ql1, 4), low4), high(6));
+  const int8_t* q8 = x.rowQ(t);
+  const float* xd = x.rowD(t);
+  const float* xs = x.rowScaledSums(t);
+  const __m256i low4 = _mm256_set1_epi8(0x0F);
+  __m256 acc = _mm256_setzero_ps(), accMin = _mm256_setzero_ps();
+  for (int64_t b = 0; b < nb; ++b, w += 144, q8 += 256) {
+    prefetchAhead<3>(w);
+    const __m128 dd = twoHalves(w);
+    const __m256i sm = q4KScalesMins16(w);
+    accMin = _mm256_fmadd_ps(q4KMins(sm, dd), _mm256_loadu_ps(xs + 8 * b), accMin);
+    const __m256i scales = _mm256_permute2x128_si256(sm, sm, 0x00);
+    __m256i sum0 = _mm256_setzero_si256(), sum1 = _mm256_setzero_si256();
+    for (int p = 0; p < 4; ++p) {
+      const __m256i q = load(w + 16 + 32 * p);
+      const __m256i lo = _mm256_maddubs_epi16(_mm256_and_si256(q, low4), load(q8 + 64 * p));
+      const __m256i hi = _mm256_maddubs_epi16(_mm256_and_si256(_mm256_srli_epi16(q, 4), low4), load(q8 + 64 * p + 32));
+      sum0 = _mm256_add_epi32(sum0, _mm256_madd_epi16(lo, _mm256_shuffle_epi8(scales, wordBroadcast(2 * p))));
+      sum1 = _mm256_add_epi32(sum1, _mm256_madd_epi16(hi, _mm256_shuffle_epi8(scales, wordBroadcast(2 * p + 1))));
     }
-    for (int k = 0; k < 8; ++k)  // 32 values: two runs of 16, each with its own scale
-      ws[k] = _mm256_set_m128i(_mm_set1_epi16(sc[2 * k + 1]), _mm_set1_epi16(sc[2 * k]));
-    for (int i = 0; i < nt; ++i) {
-      const int8_t* q8 = x.rowQ(t0 + i) + 256 * b;
-      __m256i isum = _mm256_setzero_si256();
-      for (int k = 0; k < 8; ++k)
-        isum = _mm256_add_epi32(isum, _mm256_madd_epi16(_mm256_maddubs_epi16(wq[k], load(q8 + 32 * k)), ws[k]));
-      const __m256i bias = _mm256_madd_epi16(load(x.rowSums(t0 + i) + 16 * b), scales);
-      isum = _mm256_sub_epi32(isum, _mm256_slli_epi32(bias, 5));
-      acc[i] = _mm256_fmadd_ps(_mm256_cvtepi32_ps(isum), _mm256_set1_ps(d * x.rowD(t0 + i)[b]), acc[i]);
+    const __m256 d = _mm256_mul_ps(_mm256_broadcastss_ps(dd), _mm256_broadcast_ss(xd + b));
+    acc = _mm256_fmadd_ps(d, _mm256_cvtepi32_ps(_mm256_add_epi32(sum0, sum1)), acc);
+  }
+  *out = hsum(_mm256_sub_ps(acc, accMin));
+}
+
+// Several activation rows against one Q4_K row. Each unpacked run of 32 weights and its scale
+// meet all NT rows while they sit in registers, and the rows' integer sums of a block stay in
+// registers too (NT is a template argument so that they can), so that besides the products
+// little more than the activations is loaded.
+template <int NT>
+void dotQ4KTile(const uint8_t* w, const QuantizedRows& x, int t0, float* out) {
+  const int64_t nb = x.cols / 256;
+  const __m256i low4 = _mm256_set1_epi8(0x0F);
+  // Row pointers found once: finding them divides by the block length.
+  const int8_t* q8[NT];
+  const float* xd[NT];
+  const float* xs[NT];
+  __m256 acc[NT];
+  for (int i = 0; i < NT; ++i) {
+    q8[i] = x.rowQ(t0 + i);
+    xd[i] = x.rowD(t0 + i);
+    xs[i] = x.rowScaledSums(t0 + i);
+    acc[i] = _mm256_setzero_ps();
+  }
+  for (int64_t b = 0; b < nb; ++b, w += 144) {
+    const __m256i sm = q4KScalesMins16(w);
+    const __m256i scales = _mm256_permute2x128_si256(sm, sm, 0x00);
+    __m256i isum[NT];
+    for (int i = 0; i < NT; ++i) isum[i] = _mm256_setzero_si256();
+#pragma GCC unroll 4
+    for (int p = 0; p < 4; ++p) {
+      const __m256i q = load(w + 16 + 32 * p);
+      const __m256i lo = _mm256_and_si256(q, low4), loScale = _mm256_shuffle_epi8(scales, wordBroadcast(2 * p));
+      for (int i = 0; i < NT; ++i) {
+        isum[i] = _mm256_add_epi32(isum[i], _mm256_madd_epi16(_mm256_maddubs_epi16(lo, load(q8[i] + 256 * b + 64 * p)), loScale));
+        keep(isum[i]);
+      }
+      const __m256i hi = _mm256_and_si256(_mm256_srli_epi16(q, 4), low4);
+      const __m256i hiScale = _mm256_shuffle_epi8(scales, wordBroadcast(2 * p + 1));
+      for (int i = 0; i < NT; ++i) {
+        isum[i] = _mm256_add_epi32(
+            isum[i], _mm256_madd_epi16(_mm256_maddubs_epi16(hi, load(q8[i] + 256 * b + 64 * p + 32)), hiScale));
+        keep(isum[i]);
+      }
+    }
+    const __m128 dd = twoHalves(w);
+    const __m256 d = _mm256_broadcastss_ps(dd), mins = q4KMins(sm, dd);
+    for (int i = 0; i < NT; ++i) {
+      acc[i] = _mm256_fmadd_ps(_mm256_mul_ps(d, _mm256_broadcast_ss(xd[i] + b)), _mm256_cvtepi32_ps(isum[i]), acc[i]);
+      acc[i] = _mm256_fnmadd_ps(mins, _mm256_loadu_ps(xs[i] + 8 * b), acc[i]);
     }
   }
-  for (int i = 0; i < nt; ++i) out[i] = hsum(acc[i]);
+  for (int i = 0; i < NT; ++i) out[i] = hsum(acc[i]);
+}
+
+// A tile of nt rows by the kernel made for that many.
+template <template <int> class K, int... N>
+inline void byTileSize(int nt, std::integer_sequence<int, N...>, const uint8_t* w, const QuantizedRows& x, int t0,
+                       float* out) {
+  ((nt == N + 1 ? K<N + 1>::run(w, x, t0, out) : void()), ...);
+}
+
+template <int NT>
+struct Q4KTile {
+  static void run(const uint8_t* w, const QuantizedRows& x, int t0, float* out) { dotQ4KTile<NT>(w, x, t0, out); }
+};
+
+void dotQ4K(const uint8_t* w, const QuantizedRows& x, int t0, int nt, float* out) {
+  if (nt == 1) return dotQ4KOne(w, x, t0, out);
+  byTileSize<Q4KTile>(nt, std::make_integer_sequence<int, kDotTile>(), w, x, t0, out);
+}
+
+// The eight 32-value runs of a Q6_K block as unsigned bytes 0..63 (the stored values, biased by
+// 32, which maddubs needs); the bias is taken off through the activation sums. The two high bits
+// of each value sit at bit 2k of qh, moved to bits 4-5 by one shift and a mask.
+inline void q6KValues(const uint8_t* blk, __m256i v[8]) {
+  const __m256i low4 = _mm256_set1_epi8(0x0F), high2 = _mm256_set1_epi8(0x30);
+  for (int h = 0; h < 2; ++h) {
+    const __m256i ql0 = load(blk + 64 * h), ql1 = load(blk + 64 * h + 32);
+    const __m256i qh = load(blk + 128 + 32 * h);
+    v[4 * h + 0] = _mm256_or_si256(_mm256_and_si256(ql0, low4), _mm256_and_si256(_mm256_slli_epi16(qh, 4), high2));
+    v[4 * h + 1] = _mm256_or_si256(_mm256_and_si256(ql1, low4), _mm256_and_si256(_mm256_slli_epi16(qh, 2), high2));
+    v[4 * h + 2] = _mm256_or_si256(_mm256_and_si256(_mm256_srli_epi16(ql0, 4), low4), _mm256_and_si256(qh, high2));
+    v[4 * h + 3] =
+        _mm256_or_si256(_mm256_and_si256(_mm256_srli_epi16(ql1, 4), low4), _mm256_and_si256(_mm256_srli_epi16(qh, 2), high2));
+  }
+}
+
+// The 16 scales of a Q6_K block widened to 16 bits, even ones in the low lane and odd ones in the
+// high lane, so that one in-lane shuffle gives run k its two scales (2k for its first 16 values,
+// 2k + 1 for the rest).
+inline __m256i q6KRunScales(__m128i sc) {
+  const __m128i evenOdd = _mm_setr_epi8(0, 2, 4, 6, 8, 10, 12, 14, 1, 3, 5, 7, 9, 11, 13, 15);
+  return _mm256_cvtepi8_epi16(_mm_shuffle_epi8(sc, evenOdd));
+}
+
+void dotQ6KOne(const uint8_t* w, const QuantizedRows& x, int t, float* out) {
+  const int64_t nb = x.cols / 256;
+  const int8_t* q8 = x.rowQ(t);
+  const float* xd = x.rowD(t);
+  const int16_t* xs = x.rowSums(t);
+  __m256 acc = _mm256_setzero_ps();
+  for (int64_t b = 0; b < nb; ++b, w += 210, q8 += 256) {
+    prefetchAhead<4>(w);
+    const __m128i sc = load128(w + 192);
+    const __m256i runScales = q6KRunScales(sc);
+    __m256i v[8];
+    q6KValues(w, v);
+    __m256i sum0 = _mm256_setzero_si256(), sum1 = _mm256_setzero_si256();
+    for (int k = 0; k < 8; k += 2) {
+      sum0 = _mm256_add_epi32(sum0, _mm256_madd_epi16(_mm256_maddubs_epi16(v[k], load(q8 + 32 * k)),
+                                                      _mm256_shuffle_epi8(runScales, wordBroadcast(k))));
+      sum1 = _mm256_add_epi32(sum1, _mm256_madd_epi16(_mm256_maddubs_epi16(v[k + 1], load(q8 + 32 * k + 32)),
+                                                      _mm256_shuffle_epi8(runScales, wordBroadcast(k + 1))));
+    }
+    const __m256i bias = _mm256_madd_epi16(load(xs + 16 * b), _mm256_cvtepi8_epi16(sc));
+    const __m256i isum = _mm256_sub_epi32(_mm256_add_epi32(sum0, sum1), _mm256_slli_epi32(bias, 5));
+    acc = _mm256_fmadd_ps(_mm256_set1_ps(oneHalf(w + 208) * xd[b]), _mm256_cvtepi32_ps(isum), acc);
+  }
+  *out = hsum(acc);
+}
+
+// Several activation rows against one Q6_K row, as dotQ4KTile does.
+template <int NT>
+void dotQ6KTile(const uint8_t* w, const QuantizedRows& x, int t0, float* out) {
+  const int64_t nb = x.cols / 256;
+  const __m256i low4 = _mm256_set1_epi8(0x0F), high2 = _mm256_set1_epi8(0x30);
+  const int8_t* q8[NT];
+  const float* xd[NT];
+  const int16_t* xs[NT];
+  __m256 acc[NT];
+  for (int i = 0; i < NT; ++i) {
+    q8[i] = x.rowQ(t0 + i);
+    xd[i] = x.rowD(t0 + i);
+    xs[i] = x.rowSums(t0 + i);
+    acc[i] = _mm256_setzero_ps();
+  }
+  for (int64_t b = 0; b < nb; ++b, w += 210) {
+    const __m128i sc = load128(w + 192);
+    const __m256i scales = _mm256_cvtepi8_epi16(sc);
+    const __m256i runScales = q6KRunScales(sc);
+    __m256i isum[NT];
+    // The stored values are biased by 32: start from minus the bias times the activations.
+    for (int i = 0; i < NT; ++i)
+      isum[i] = _mm256_sub_epi32(_mm256_setzero_si256(),
+                                 _mm256_slli_epi32(_mm256_madd_epi16(load(xs[i] + 16 * b), scales), 5));
+    auto multiply = [&](int k, __m256i v) {
+      const __m256i s = _mm256_shuffle_epi8(runScales, wordBroadcast(k));
+      for (int i = 0; i < NT; ++i) {
+        isum[i] = _mm256_add_epi32(isum[i], _mm256_madd_epi16(_mm256_maddubs_epi16(v, load(q8[i] + 256 * b + 32 * k)), s));
+        keep(isum[i]);
+      }
+    };
+#pragma GCC unroll 2
+    for (int h = 0; h < 2; ++h) {
+      const uint8_t* ql = w + 64 * h;
+      const __m256i qh = load(w + 128 + 32 * h);
+      multiply(4 * h + 0, _mm256_or_si256(_mm256_and_si256(load(ql), low4), _mm256_and_si256(_mm256_slli_epi16(qh, 4), high2)));
+      multiply(4 * h + 1,
+               _mm256_or_si256(_mm256_and_si256(load(ql + 32), low4), _mm256_and_si256(_mm256_slli_epi16(qh, 2), high2)));
+      multiply(4 * h + 2,
+               _mm256_or_si256(_mm256_and_si256(_mm256_srli_epi16(load(ql), 4), low4), _mm256_and_si256(qh, high2)));
+      multiply(4 * h + 3, _mm256_or_si256(_mm256_and_si256(_mm256_srli_epi16(load(ql + 32), 4), low4),
+                                          _mm256_and_si256(_mm256_srli_epi16(qh, 2), high2)));
+    }
+    const __m256 d = _mm256_set1_ps(oneHalf(w + 208));
+    for (int i = 0; i < NT; ++i)
+      acc[i] = _mm256_fmadd_ps(_mm256_mul_ps(d, _mm256_broadcast_ss(xd[i] + b)), _mm256_cvtepi32_ps(isum[i]),
+                               acc[i]);
+  }
+  for (int i = 0; i < NT; ++i) out[i] = hsum(acc[i]);
+}
+
+template <int NT>
+struct Q6KTile {
+  static void run(const uint8_t* w, const QuantizedRows& x, int t0, float* out) { dotQ6KTile<NT>(w, x, t0, out); }
+};
+
+void dotQ6K(const uint8_t* w, const QuantizedRows& x, int t0, int nt, float* out) {
+  if (nt == 1) return dotQ6KOne(w, x, t0, out);
+  byTileSize<Q6KTile>(nt, std::make_integer_sequence<int, kDotTile>(), w, x, t0, out);
+}
+
+// e^x for eight floats: x = n ln 2 + r with |r| <= ln 2 / 2, e^r by a degree-7 polynomial
+// (relative error about 2e-7), 2^n put into the exponent bits. Inputs are clamped to where e^x is
+// a normal float, which the gated activation below never needs beyond.
+inline __m256 exp8(__m256 x) {
+  x = _mm256_min_ps(_mm256_max_ps(x, _mm256_set1_ps(-87.0f)), _mm256_set1_ps(88.0f));
+  const __m256 n = _mm256_round_ps(_mm256_mul_ps(x, _mm256_set1_ps(1.44269504f)), _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_NO_EXC);
+  __m256 r = _mm256_fnmadd_ps(n, _mm256_set1_ps(0.693359375f), x);
+  r = _mm256_fnmadd_ps(n, _mm256_set1_ps(-2.12194440e-4f), r);
+  __m256 p = _mm256_set1_ps(1.9875691500e-4f);
+  p = _mm256_fmadd_ps(p, r, _mm256_set1_ps(1.3981999507e-3f));
+  p = _mm256_fmadd_ps(p, r, _mm256_set1_ps(8.3334519073e-3f));
+  p = _mm256_fmadd_ps(p, r, _mm256_set1_ps(4.1665795894e-2f));
+  p = _mm256_fmadd_ps(p, r, _mm256_set1_ps(1.6666665459e-1f));
+  p = _mm256_fmadd_ps(p, r, _mm256_set1_ps(5.0000001201e-1f));
+  p = _mm256_fmadd_ps(_mm256_mul_ps(p, r), r, _mm256_add_ps(r, _mm256_set1_ps(1.0f)));
+  const __m256i bits = _mm256_slli_epi32(_mm256_add_epi32(_mm256_cvtps_epi32(n), _mm256_set1_epi32(127)), 23);
+  return _mm256_mul_ps(p, _mm256_castsi256_ps(bits));
+}
+
+void attendRow(const float* q, int heads, const float* keys, const float* values, int total, size_t stride, int hd,
+               float scale, float* s, float* out) {
+  const int vecEnd = hd / 8 * 8;
+  for (int j = 0; j < total; ++j) {
+    const float* k = keys + static_cast<size_t>(j) * stride;
+    for (int h = 0; h < heads; ++h) {
+      const float* qh = q + h * hd;
+      __m256 a0 = _mm256_setzero_ps(), a1 = _mm256_setzero_ps();
+      int i = 0;
+      for (; i + 16 <= vecEnd; i += 16) {
+        a0 = _mm256_fmadd_ps(_mm256_loadu_ps(qh + i), _mm256_loadu_ps(k + i), a0);
+        a1 = _mm256_fmadd_ps(_mm256_loadu_ps(qh + i + 8), _mm256_loadu_ps(k + i + 8), a1);
+      }
+      if (i < vecEnd) a0 = _mm256_fmadd_ps(_mm256_loadu_ps(qh + i), _mm256_loadu_ps(k + i), a0);
+      float sum = hsum(_mm256_add_ps(a0, a1));
+      for (i = vecEnd; i < hd; ++i) sum += qh[i] * k[i];
+      s[h * total + j] = scale * sum;
+    }
+  }
+  for (int h = 0; h < heads; ++h) {
+    float* sh = s + h * total;
+    const float mx = *std::max_element(sh, sh + total);
+    __m256 sum8 = _mm256_setzero_ps();
+    int j = 0;
+    for (; j + 8 <= total; j += 8) {
+      const __m256 e = exp8(_mm256_sub_ps(_mm256_loadu_ps(sh + j), _mm256_set1_ps(mx)));
+      _mm256_storeu_ps(sh + j, e);
+      sum8 = _mm256_add_ps(sum8, e);
+    }
+    float sum = hsum(sum8);
+    for (; j < total; ++j) {
+      sh[j] = std::exp(sh[j] - mx);
+      sum += sh[j];
+    }
+    const float inv = 1.0f / sum;
+    for (j = 0; j < total; ++j) sh[j] *= inv;
+  }
+  std::fill(out, out + heads * hd, 0.0f);
+  for (int j = 0; j < total; ++j) {
+    const float* v = values + static_cast<size_t>(j) * stride;
+    for (int h = 0; h < heads; ++h) {
+      const __m256 p = _mm256_set1_ps(s[h * total + j]);
+      float* o = out + h * hd;
+      for (int i = 0; i < vecEnd; i += 8)
+        _mm256_storeu_ps(o + i, _mm256_fmadd_ps(p, _mm256_loadu_ps(v + i), _mm256_loadu_ps(o + i)));
+      for (int i = vecEnd; i < hd; ++i) o[i] += s[h * total + j] * v[i];
+    }
+  }
+}
+
+void gated(float* g, const float* u, size_t n) {
+  size_t i = 0;
+  for (; i + 8 <= n; i += 8) {
+    const __m256 x = _mm256_loadu_ps(g + i);
+    const __m256 e = exp8(_mm256_sub_ps(_mm256_setzero_ps(), x));
+    _mm256_storeu_ps(g + i, _mm256_div_ps(_mm256_mul_ps(x, _mm256_loadu_ps(u + i)), _mm256_add_ps(_mm256_set1_ps(1.0f), e)));
+  }
+  for (; i < n; ++i) g[i] = g[i] / (1.0f + std::exp(-g[i])) * u[i];
 }
 
 }  // namespace
 
-DotKernels avx2DotKernels() { return {"avx2", dotQ8_0, dotQ4K, dotQ6K}; }
+DotKernels avx2DotKernels() { return {"avx2", dotQ8_0, dotQ4K, dotQ6K, attendRow, gated}; }
 
 }  // namespace skimlet
 

@@ -1,5 +1,7 @@
 // Plain C++ kernels: the reference the vector kernels are checked against, and the fallback on
 // CPUs without a vector kernel.
+#include <algorithm>
+#include <cmath>
 #include <cstring>
 
 #include "llm/dequant.h"
@@ -87,8 +89,41 @@ void dotQ6K(const uint8_t* w, const QuantizedRows& x, int t0, int nt, float* out
   }
 }
 
+void attendRow(const float* q, int heads, const float* keys, const float* values, int total, size_t stride, int hd,
+               float scale, float* s, float* out) {
+  for (int j = 0; j < total; ++j) {
+    const float* k = keys + static_cast<size_t>(j) * stride;
+    for (int h = 0; h < heads; ++h) {
+      float sum = 0;
+      for (int i = 0; i < hd; ++i) sum += q[h * hd + i] * k[i];
+      s[h * total + j] = scale * sum;
+    }
+  }
+  for (int h = 0; h < heads; ++h) {
+    float* sh = s + h * total;
+    const float mx = *std::max_element(sh, sh + total);
+    float sum = 0;
+    for (int j = 0; j < total; ++j) {
+      sh[j] = std::exp(sh[j] - mx);
+      sum += sh[j];
+    }
+    const float inv = 1.0f / sum;
+    for (int j = 0; j < total; ++j) sh[j] *= inv;
+  }
+  std::fill(out, out + heads * hd, 0.0f);
+  for (int j = 0; j < total; ++j) {
+    const float* v = values + static_cast<size_t>(j) * stride;
+    for (int h = 0; h < heads; ++h)
+      for (int i = 0; i < hd; ++i) out[h * hd + i] += s[h * total + j] * v[i];
+  }
+}
+
+void gated(float* g, const float* u, size_t n) {
+  for (size_t i = 0; i < n; ++i) g[i] = g[i] / (1.0f + std::exp(-g[i])) * u[i];
+}
+
 }  // namespace
 
-DotKernels genericDotKernels() { return {"generic", dotQ8_0, dotQ4K, dotQ6K}; }
+DotKernels genericDotKernels() { return {"generic", dotQ8_0, dotQ4K, dotQ6K, attendRow, gated}; }
 
 }  // namespace skimlet

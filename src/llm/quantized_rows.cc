@@ -12,6 +12,7 @@ void quantizeRows(const float* x, int n, int64_t cols, int blockLen, QuantizedRo
   out.q.resize(static_cast<size_t>(n * cols));
   out.d.resize(static_cast<size_t>(n * blocks));
   out.sums.resize(blockLen == 256 ? static_cast<size_t>(n * (cols / 16)) : 0);
+  out.scaledSums.resize(blockLen == 256 ? static_cast<size_t>(n * (cols / 32)) : 0);
   for (int t = 0; t < n; ++t) {
     for (int64_t b = 0; b < blocks; ++b) {
       const float* src = x + t * cols + b * blockLen;
@@ -33,6 +34,8 @@ void quantizeRows(const float* x, int n, int64_t cols, int blockLen, QuantizedRo
           for (int i = 0; i < 16; ++i) sum += q[16 * g + i];
           s[g] = static_cast<int16_t>(sum);
         }
+        float* scaled = out.scaledSums.data() + t * (cols / 32) + b * 8;
+        for (int g = 0; g < 8; ++g) scaled[g] = d * static_cast<float>(s[2 * g] + s[2 * g + 1]);
       }
     }
   }

@@ -44,12 +44,14 @@ void ThreadPool::claimTasks(uint32_t round) {
   uint64_t s = state_.load(std::memory_order_acquire);
   for (;;) {
     if (static_cast<uint32_t>(s >> 32) != round) return;
-    // Read before the claim: if the round moved on meanwhile, the claim below fails.
-    const auto* task = task_.load(std::memory_order_relaxed);
     const int64_t i = static_cast<int64_t>(s & 0xFFFFFFFFu);
-    if (i >= count_.load(std::memory_order_relaxed)) return;
+    // Acquire: a count of the next round is only seen once this round is closed, and then the
+    // claim below fails.
+    if (i >= count_.load(std::memory_order_acquire)) return;
     if (!state_.compare_exchange_weak(s, s + 1, std::memory_order_acq_rel, std::memory_order_acquire)) continue;
-    (*task)(i);
+    // Read after the claim: while a task of this round is unfinished, the next round can't
+    // have stored its own.
+    (*task_.load(std::memory_order_relaxed))(i);
     done_.fetch_add(1, std::memory_order_release);
     s = state_.load(std::memory_order_acquire);
   }
@@ -83,7 +85,7 @@ void ThreadPool::parallelFor(int64_t count, const std::function<void(int64_t)>& 
   std::lock_guard call(callMutex_);
   const uint32_t round = round_.load(std::memory_order_relaxed) + 1;
   task_.store(&task, std::memory_order_relaxed);
-  count_.store(count, std::memory_order_relaxed);
+  count_.store(count, std::memory_order_release);
   done_.store(0, std::memory_order_relaxed);
   state_.store(static_cast<uint64_t>(round) << 32, std::memory_order_release);
   round_.store(round);
@@ -98,6 +100,11 @@ void ThreadPool::parallelFor(int64_t count, const std::function<void(int64_t)>& 
       std::this_thread::yield();
     }
   }
+  // Closed: every index now reads as past the end. Otherwise a worker that read this round's
+  // last state late could see the next round's larger count before its state and claim an index
+  // of this round that doesn't exist (running the next round's task twice, and counting one task
+  // too many, so that the next round never ends).
+  state_.store((static_cast<uint64_t>(round) << 32) | 0xFFFFFFFFu, std::memory_order_release);
 }
 
 }  // namespace skimlet

@@ -31,9 +31,9 @@ class ThreadPool {
 
   std::vector<std::thread> workers_;
   std::mutex callMutex_;  // one parallelFor at a time
-  // Round number (high 32 bits) and next unclaimed task (low 32 bits): a task is claimed only
-  // while its round is current, so a worker that wakes late can never run a finished round's
-  // task, and nobody waits for a worker that hasn't woken.
+  // Round number (high 32 bits) and next unclaimed task (low 32 bits, all ones once the round is
+  // over): a task is claimed only while its round is current, so a worker that wakes late can
+  // never run a finished round's task, and nobody waits for a worker that hasn't woken.
   std::atomic<uint64_t> state_{0};
   std::atomic<const std::function<void(int64_t)>*> task_{nullptr};
   std::atomic<int64_t> count_{0};

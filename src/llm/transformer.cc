@@ -11,6 +11,7 @@
 
 #include "llm/dequant.h"
 #include "llm/matmul.h"
+#include "llm/quant_dot.h"
 #include "llm/thread_pool.h"
 
 namespace skimlet {
@@ -165,6 +166,21 @@ void Transformer::attention(int layer, int n, int start, const float* q, float* 
   std::vector<float> scores(static_cast<size_t>(nHead) * n * total);
   const float* keys = kCache[layer].get();
   const float* values = vCache[layer].get();
+  if (n == 1) {
+    // One query row per head: plain loops. A matrix product call per head costs more than the
+    // arithmetic here, and a BLAS copies the whole strided key block for it. The heads of one
+    // key/value head go together, in as few tasks as still give every core some.
+    const AttendRow attend = dotKernels().attendRow;
+    int perTask = group;
+    while (perTask % 2 == 0 && nHead / perTask < 2 * ThreadPool::shared().threads()) perTask /= 2;
+    ThreadPool::shared().parallelFor(nHead / perTask, [&](int64_t task) {
+      const int head = static_cast<int>(task) * perTask;
+      const size_t kvOffset = static_cast<size_t>(head / group) * hd;
+      attend(q + head * hd, perTask, keys + kvOffset, values + kvOffset, total, kvDim(), hd, scale,
+             scores.data() + static_cast<size_t>(head) * total, out + head * hd);
+    });
+    return;
+  }
   ThreadPool::shared().parallelFor(nHead, [&](int64_t head) {
     const int kvHead = static_cast<int>(head) / group;
     float* s = scores.data() + static_cast<size_t>(head) * n * total;
@@ -232,9 +248,10 @@ std::vector<float> Transformer::forward(std::span<const int> tokens, int start) 
     matmulAll(gateUp, n);
     // Thousands of exponentials per token: shared out rather than left to one core.
     constexpr size_t kGateChunk = 2048;
+    const GatedActivation gated = dotKernels().gated;
     ThreadPool::shared().parallelFor(static_cast<int64_t>((n * F + kGateChunk - 1) / kGateChunk), [&](int64_t c) {
-      const size_t end = std::min(n * F, static_cast<size_t>(c + 1) * kGateChunk);
-      for (size_t i = static_cast<size_t>(c) * kGateChunk; i < end; ++i) g[i] = g[i] / (1.0f + std::exp(-g[i])) * u[i];
+      const size_t begin = static_cast<size_t>(c) * kGateChunk;
+      gated(g.data() + begin, u.data() + begin, std::min(n * F, begin + kGateChunk) - begin);
     });
     matmul(g.data(), n, L.wd, tmp.data());
     addRows(x.data(), tmp.data(), n * E);

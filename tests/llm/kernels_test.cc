@@ -16,12 +16,6 @@
 namespace skimlet {
 namespace {
 
-float bitsToFloat(uint32_t b) {
-  float f;
-  std::memcpy(&f, &b, 4);
-  return f;
-}
-
 uint32_t floatBits(float f) {
   uint32_t b;
   std::memcpy(&b, &f, 4);
@@ -142,7 +136,9 @@ TEST(BlockFormats, RowsConvertEachTypeAndSkipUnsupportedOnes) {
     double err = 0;
     for (size_t i = 0; i < x.size(); ++i) err = std::max(err, std::fabs(double(all[i]) - x[i]));
     EXPECT_LT(err, type == GGMLType::q4K ? 0.6 : 0.2) << type;  // the writer's quantizer is sane
-    if (type == GGMLType::f32) EXPECT_EQ(all, x);
+    if (type == GGMLType::f32) {
+      EXPECT_EQ(all, x);
+    }
   }
   std::vector<uint8_t> bytes(64, 0xFF);
   float out[4] = {7, 7, 7, 7};
@@ -235,8 +231,9 @@ std::vector<DotKernels> kernelSetsOnThisCPU() {
 
 TEST(QuantizedProduct, AgreesWithTheBandPathForEveryKernelSet) {
   for (uint32_t type : {GGMLType::q8_0, GGMLType::q4K, GGMLType::q6K}) {
-    // Token counts around the tile of four; 1024 columns, so several blocks per row.
-    for (int n : {1, 3, 6}) {
+    // One token (its own kernels), part of a tile of eight, and a full tile with a remainder;
+    // 1024 columns, so several blocks per row.
+    for (int n : {1, 3, 11}) {
       Fixture f(type, n, 70, 1024, 11 * n + type);
       std::vector<float> band(n * 70);
       matmulBands(f.x.data(), n, f.m, band.data());
@@ -259,6 +256,63 @@ TEST(QuantizedProduct, AgreesWithTheBandPathForEveryKernelSet) {
       }
     }
   }
+}
+
+// One token's attention for three query heads sharing keys and values, head sizes of whole and
+// partial vector steps, keys strided as in the cache: every set agrees with the softmax written
+// out here.
+TEST(AttentionRow, EveryKernelSetAgreesWithThePlainSoftmax) {
+  std::mt19937 rng(5);
+  std::normal_distribution<float> normal(0, 1);
+  for (int hd : {128, 28}) {
+    const int heads = 3, total = 37, stride = 3 * hd;
+    std::vector<float> q(heads * hd), keys(total * stride), values(total * stride);
+    for (float& v : q) v = normal(rng);
+    for (float& v : keys) v = normal(rng);
+    for (float& v : values) v = normal(rng);
+    std::vector<double> want(heads * hd, 0.0);
+    for (int h = 0; h < heads; ++h) {
+      std::vector<double> weights(total);
+      double sum = 0;
+      for (int j = 0; j < total; ++j) {
+        double d = 0;
+        for (int i = 0; i < hd; ++i) d += double(q[h * hd + i]) * keys[j * stride + i];
+        weights[j] = std::exp(d * 0.25);
+        sum += weights[j];
+      }
+      for (int j = 0; j < total; ++j)
+        for (int i = 0; i < hd; ++i) want[h * hd + i] += weights[j] / sum * values[j * stride + i];
+    }
+    for (const DotKernels& k : kernelSetsOnThisCPU()) {
+      if (!k.attendRow) continue;
+      SCOPED_TRACE(std::string(k.name) + " head size " + std::to_string(hd));
+      std::vector<float> scores(heads * total), out(heads * hd, std::nanf(""));
+      k.attendRow(q.data(), heads, keys.data(), values.data(), total, stride, hd, 0.25f, scores.data(), out.data());
+      for (int i = 0; i < heads * hd; ++i) ASSERT_NEAR(out[i], want[i], 1e-4) << i;
+    }
+  }
+  EXPECT_NE(dotKernels().attendRow, nullptr);
+}
+
+// The gated activation over the whole float range a layer can produce, at lengths around the
+// vector width: close to silu(g) × u computed in double.
+TEST(GatedActivation, EveryKernelSetAgreesWithTheFormula) {
+  std::vector<float> g0, u;
+  for (float v : {-200.0f, -87.5f, -30.0f, -3.0f, -0.5f, 0.0f, 1e-8f, 0.7f, 4.0f, 30.0f, 88.5f, 300.0f, -2.25f})
+    g0.push_back(v);
+  for (size_t i = 0; i < g0.size(); ++i) u.push_back(i % 2 ? -1.5f : 2.0f);
+  for (const DotKernels& k : kernelSetsOnThisCPU()) {
+    if (!k.gated) continue;
+    for (size_t n : {size_t{8}, size_t{13}}) {
+      std::vector<float> g(g0.begin(), g0.begin() + n);
+      k.gated(g.data(), u.data(), n);
+      for (size_t i = 0; i < n; ++i) {
+        const double want = g0[i] / (1.0 + std::exp(-double(g0[i]))) * u[i];
+        ASSERT_NEAR(g[i], want, 1e-6 * std::max(1.0, std::fabs(want))) << k.name << " g " << g0[i];
+      }
+    }
+  }
+  EXPECT_NE(dotKernels().gated, nullptr);
 }
 
 TEST(QuantizedProduct, BatchedJobsMatchSeparateProducts) {
