@@ -99,6 +99,27 @@ std::string systemText(Transformer& m, int tokens) {
   }
 }
 
+// The time to the first token after a cached prefix of kSystemTokens, by how many new tokens the
+// request adds. The benchmark model's vocabulary splits an English command into about one token
+// per character (30 to 40 for the commands below); the shipped model's tokenizer makes whole
+// words single tokens, so the same command with its turn markers is about 8 to 14 new tokens.
+void printFirstTokenByLength() {
+  Transformer& m = model();
+  const std::vector<int> tokens = randomTokens(kSystemTokens + 40, m.vocabSize());
+  m.forward(std::span<const int>(tokens).first(kSystemTokens), 0);
+  std::printf("first token after a cached %d-token prefix, by new tokens (median of 5):", kSystemTokens);
+  for (int n : {8, 12, 16, 24, 36}) {
+    std::vector<double> runs;
+    for (int r = 0; r < 5; ++r) {
+      const auto started = std::chrono::steady_clock::now();
+      benchmark::DoNotOptimize(m.forward(std::span<const int>(tokens).subspan(kSystemTokens, n), kSystemTokens));
+      runs.push_back(std::chrono::duration<double>(std::chrono::steady_clock::now() - started).count());
+    }
+    std::sort(runs.begin(), runs.end());
+    std::printf(" %d: %.3f s%s", n, runs[runs.size() / 2], n == 36 ? "\n" : ",");
+  }
+}
+
 double peakResidentMB() {
   rusage u{};
   getrusage(RUSAGE_SELF, &u);
@@ -137,6 +158,7 @@ int main(int argc, char** argv) {
   benchmark::Initialize(&argc, argv);
   benchmark::RunSpecifiedBenchmarks();
   const std::string system = skimlet::systemText(skimlet::model(), skimlet::kSystemTokens);
+  skimlet::printFirstTokenByLength();
   skimlet::loadedModel().reset();
   skimlet::printRuntimeFigures(system);
   std::printf("peak resident memory: %.0f MB\n", skimlet::peakResidentMB());
