@@ -5,6 +5,7 @@
 #include <cstring>
 #include <map>
 #include <memory>
+#include <set>
 #include <stdexcept>
 
 #include "llm/f16.h"
@@ -259,17 +260,37 @@ std::string byteSymbol(int b) {
   return table[b];
 }
 
-std::vector<std::string> randomModelMerges() {
+std::vector<std::string> randomModelMerges(const std::vector<std::string>& words) {
   const std::string sp = byteSymbol(' '), nl = byteSymbol('\n');
-  return {"h e", "l l", "he ll", "hell o", sp + " w", "o r", sp + "w or", "l d", sp + "wor ld",
-          "s y", "s t", "e m", "sy st", "syst em", "u s", "e r", "us er", "a s", "i s", "as s", "ass is",
-          "a n", "t a", "n t", "assis t", "assist an", "assistan t", sp + " t", sp + "t he", "t h", "th e", sp + " a", nl + " " + nl};
+  // Each word is built one character at a time from its start, as a trained vocabulary's merges
+  // build frequent words. The chains after a space come first, so that a pair inside a word never
+  // merges ahead of the chain that makes the whole word.
+  std::vector<std::string> merges;
+  std::set<std::string> seen;
+  auto chain = [&](std::string prefix, const std::string& rest) {
+    for (char c : rest) {
+      std::string rule = prefix + " " + byteSymbol(static_cast<unsigned char>(c));
+      if (seen.insert(rule).second) merges.push_back(rule);
+      prefix += byteSymbol(static_cast<unsigned char>(c));
+    }
+  };
+  for (const std::string& w : words) chain(sp, w);
+  for (const std::string& w : words)
+    if (!w.empty()) chain(byteSymbol(static_cast<unsigned char>(w[0])), w.substr(1));
+  const std::vector<std::string> fixed = {"h e", "l l", "he ll", "hell o", sp + " w", "o r", sp + "w or", "l d",
+                                         sp + "wor ld", "s y", "s t", "e m", "sy st", "syst em", "u s", "e r",
+                                         "us er", "a s", "i s", "as s", "ass is", "a n", "t a", "n t", "assis t",
+                                         "assist an", "assistan t", sp + " t", sp + "t he", "t h", "th e", sp + " a",
+                                         nl + " " + nl};
+  for (const std::string& rule : fixed)
+    if (seen.insert(rule).second) merges.push_back(rule);
+  return merges;
 }
 
-std::vector<std::string> randomModelTokens(int vocab, bool chatMarkers) {
+std::vector<std::string> randomModelTokens(int vocab, bool chatMarkers, const std::vector<std::string>& words) {
   std::vector<std::string> tokens;
   for (int b = 0; b < 256; ++b) tokens.push_back(byteSymbol(b));
-  for (const std::string& rule : randomModelMerges()) {
+  for (const std::string& rule : randomModelMerges(words)) {
     const size_t space = rule.find(' ');
     std::string merged = rule.substr(0, space) + rule.substr(space + 1);
     if (std::find(tokens.begin(), tokens.end(), merged) == tokens.end()) tokens.push_back(merged);
@@ -327,7 +348,7 @@ void writeRandomModel(const std::string& path, const RandomModel& model, uint64_
   GGUFWriter w;
   w.omit = model.omit;
   const std::string a = model.arch;
-  const std::vector<std::string> tokens = randomModelTokens(model.vocab, model.chatMarkers);
+  const std::vector<std::string> tokens = randomModelTokens(model.vocab, model.chatMarkers, model.words);
   w.addString("general.architecture", a);
   w.addString("general.name", "random " + a);
   w.addU32(a + ".block_count", model.layers);
@@ -346,7 +367,7 @@ void writeRandomModel(const std::string& path, const RandomModel& model, uint64_
   put<uint64_t>(types, tokens.size());
   for (size_t i = 0; i < tokens.size(); ++i) put<int32_t>(types, i + 3 >= tokens.size() ? 3 : 1);
   w.addRaw("tokenizer.ggml.token_type", 9, types);
-  w.addStrings("tokenizer.ggml.merges", randomModelMerges());
+  w.addStrings("tokenizer.ggml.merges", randomModelMerges(model.words));
   w.addU32("tokenizer.ggml.eos_token_id", static_cast<uint32_t>(tokens.size() - 3));
 
   auto matrix = [&](const std::string& name, const std::string& role, int layer, int64_t cols, int64_t rows) {

@@ -90,6 +90,9 @@ struct RandomModel {
   // of quantizing fresh random numbers (fast enough for a full-size model).
   int64_t pooledAbove = 1 << 22;
   std::set<std::string> omit;  // metadata keys or tensor names to leave out
+  // Words that become single tokens, alone and after a space, by merges ranked before the
+  // others: English text then splits into about as many tokens as a real vocabulary makes.
+  std::vector<std::string> words;
 };
 
 // The character byte b stands for in byte-level BPE vocabularies (space is "Ġ", U+0120).
@@ -97,8 +100,8 @@ std::string byteSymbol(int b);
 
 // The merge rules and vocabulary of the random models: the 256 byte symbols, the merged tokens,
 // fillers up to `vocab`, then "<|endoftext|>", "<|im_start|>", "<|im_end|>" as the last three.
-std::vector<std::string> randomModelMerges();
-std::vector<std::string> randomModelTokens(int vocab, bool chatMarkers);
+std::vector<std::string> randomModelMerges(const std::vector<std::string>& words = {});
+std::vector<std::string> randomModelTokens(int vocab, bool chatMarkers, const std::vector<std::string>& words = {});
 
 void writeRandomModel(const std::string& path, const RandomModel& model, uint64_t seed);
 
