@@ -8,9 +8,10 @@
 namespace skimlet::BrowserRegistry {
 
 const std::vector<const BrowserAdapter*>& adapters() {
-  static const std::vector<const BrowserAdapter*> all = [] {
-    // Never destroyed: targets keep plain pointers to these for the life of the process.
-    std::vector<const BrowserAdapter*> list = {
+  // Never destroyed: targets keep plain pointers to these for the life of the process. The table
+  // is held through a static pointer, so that it stays reachable (and leak checkers agree).
+  static const std::vector<const BrowserAdapter*>* all = [] {
+    auto* list = new std::vector<const BrowserAdapter*>{
         new SafariAdapter("Safari", {"com.apple.Safari", "com.apple.SafariTechnologyPreview"}),
         new ChromiumAdapter("Chrome", {"com.google.Chrome", "com.google.Chrome.beta", "com.google.Chrome.canary"}),
         new FirefoxAdapter("Firefox", {"org.mozilla.firefox", "org.mozilla.firefoxdeveloperedition", "org.mozilla.nightly"}),
@@ -22,7 +23,7 @@ const std::vector<const BrowserAdapter*>& adapters() {
     };
     return list;
   }();
-  return all;
+  return *all;
 }
 
 const BrowserAdapter* adapter(std::optional<std::string_view> bundleID) {
