@@ -67,6 +67,10 @@ void InteractivePalette::run() {
       ++spinner_;
       dirty_ = true;
     }
+    if (const int columns = RawTerminal::columns(); columns != columns_) {
+      columns_ = columns;  // a resized terminal gets its live region laid out again
+      dirty_ = true;
+    }
     if (dirty_) draw();
   }
   if (vm_.busy()) vm_.cancel();

@@ -64,6 +64,7 @@ class InteractivePalette {
   std::vector<std::string> history_;
   int historyAt_ = 0;
   int drawnCursorLine_ = 0;       // where the cursor was left in the drawn region
+  int columns_ = 0;               // the terminal's width at the last look
   bool drawn_ = false;
 };
 
