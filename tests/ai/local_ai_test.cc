@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <string_view>
+
 #include "ai/prompts.h"
 #include "support/stand_in_model.h"
 
@@ -10,6 +12,15 @@ namespace {
 
 using testing::StandInModel;
 using testing::StandInSystemModel;
+
+// The own model was asked exactly once, with this system prompt, user message and token cap.
+void expectAskedOnce(const StandInModel& own, std::string_view system, std::string_view user, int maxTokens) {
+  auto asked = own.requests();
+  ASSERT_EQ(asked.size(), 1u);
+  EXPECT_EQ(asked[0].system, system);
+  EXPECT_EQ(asked[0].user, user);
+  EXPECT_EQ(asked[0].maxTokens, maxTokens);
+}
 
 TEST(LocalAIStatus, NamesTheFirstUsableModelOwnThenSystemElseTheRules) {
   const std::string rules = "No local model \u2014 using built-in rules";
@@ -86,11 +97,7 @@ TEST(LocalAIParseIntent, AsksTheOwnModelForOneLineAndStopsItThere) {
     EXPECT_EQ(LocalAI(&own, &system).parseIntent("buy the second blue shirt"), c.intent) << c.reply;
     EXPECT_EQ(lastAsked, c.lastPieceAsked) << c.reply;
     EXPECT_EQ(system.calls, 0);
-    auto asked = own.requests();
-    ASSERT_EQ(asked.size(), 1u);
-    EXPECT_EQ(asked[0].system, prompts::intentLine);
-    EXPECT_EQ(asked[0].user, "buy the second blue shirt");
-    EXPECT_EQ(asked[0].maxTokens, 40);
+    expectAskedOnce(own, prompts::intentLine, "buy the second blue shirt", 40);
   }
 }
 
@@ -111,11 +118,8 @@ TEST(LocalAIChoose, AsksForTheNumberOfAnOptionAndReadsTheDigitsOfTheReply) {
     EXPECT_EQ(LocalAI(&own, &system).choose("log in", options), c.index) << c.reply;
     EXPECT_EQ(system.calls, c.systemCalls) << c.reply;
     // The own model is asked for a number among the numbered options.
-    auto asked = own.requests();
-    ASSERT_EQ(asked.size(), 1u);
-    EXPECT_EQ(asked[0].system, prompts::chooseLine);
-    EXPECT_EQ(asked[0].user, "User wants: log in\nOptions:\n0: Sign in\n1: Sign up\n2: Help\n3: Cart\n4: Search");
-    EXPECT_EQ(asked[0].maxTokens, 4);
+    expectAskedOnce(own, prompts::chooseLine,
+                    "User wants: log in\nOptions:\n0: Sign in\n1: Sign up\n2: Help\n3: Cart\n4: Search", 4);
   }
 }
 
@@ -146,11 +150,7 @@ TEST(LocalAISummarize, StreamsTheGrowingSummary) {
   ASSERT_GE(partials.size(), 2u);
   EXPECT_EQ(partials.front(), "•");
   EXPECT_EQ(partials.back(), *summary);
-  auto asked = own.requests();
-  ASSERT_EQ(asked.size(), 1u);
-  EXPECT_EQ(asked[0].system, prompts::summaryLocal);
-  EXPECT_EQ(asked[0].user, "Title: Pricing\n\nPlans start at $5.");
-  EXPECT_EQ(asked[0].maxTokens, 260);
+  expectAskedOnce(own, prompts::summaryLocal, "Title: Pricing\n\nPlans start at $5.", 260);
 }
 
 TEST(LocalAISummarize, NoAnswerFromEitherModelIsNoSummary) {
