@@ -7,6 +7,7 @@
 #include "llm/dequant.h"
 #include "llm/f16.h"
 #include "llm/quant_dot.h"
+#include "llm/softmax.h"
 
 namespace skimlet {
 
@@ -99,17 +100,7 @@ void attendRow(const float* q, int heads, const float* keys, const float* values
       s[h * total + j] = scale * sum;
     }
   }
-  for (int h = 0; h < heads; ++h) {
-    float* sh = s + h * total;
-    const float mx = *std::max_element(sh, sh + total);
-    float sum = 0;
-    for (int j = 0; j < total; ++j) {
-      sh[j] = std::exp(sh[j] - mx);
-      sum += sh[j];
-    }
-    const float inv = 1.0f / sum;
-    for (int j = 0; j < total; ++j) sh[j] *= inv;
-  }
+  for (int h = 0; h < heads; ++h) softmaxInPlace(s + h * total, total);
   std::fill(out, out + heads * hd, 0.0f);
   for (int j = 0; j < total; ++j) {
     const float* v = values + static_cast<size_t>(j) * stride;

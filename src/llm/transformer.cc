@@ -12,6 +12,7 @@
 #include "llm/dequant.h"
 #include "llm/matmul.h"
 #include "llm/quant_dot.h"
+#include "llm/softmax.h"
 #include "llm/thread_pool.h"
 
 namespace skimlet {
@@ -189,15 +190,7 @@ void Transformer::attention(int layer, int n, int start, const float* q, float* 
     for (int i = 0; i < n; ++i) {
       float* row = s + static_cast<size_t>(i) * total;
       const int visible = start + i + 1;
-      float mx = row[0];
-      for (int j = 1; j < visible; ++j) mx = std::max(mx, row[j]);
-      float sum = 0;
-      for (int j = 0; j < visible; ++j) {
-        row[j] = std::exp(row[j] - mx);
-        sum += row[j];
-      }
-      const float inv = 1.0f / sum;
-      for (int j = 0; j < visible; ++j) row[j] *= inv;
+      softmaxInPlace(row, visible);
       std::fill(row + visible, row + total, 0.0f);
     }
     cblas_sgemm(CblasRowMajor, CblasNoTrans, CblasNoTrans, n, hd, total, 1.0f, s, total, values + kvHead * hd,
