@@ -89,7 +89,7 @@ int browseCommand(const Args& args) {
   // web links as on a real site (Skimlet opens only http and https links).
   std::unique_ptr<LocalSite> site;
   std::string url = o.page;
-  const bool hasScheme = o.page.find("://") != std::string::npos || o.page.rfind("about:", 0) == 0;
+  const bool hasScheme = chromium::LiveSession::isUrl(o.page);
   if (!hasScheme && !std::filesystem::exists(o.page)) {
     // "example.com/shop" is a site, "pages/shop.html" a file that is not there.
     const bool looksLikeHost = o.page.find('.') != std::string::npos && o.page.find(' ') == std::string::npos &&

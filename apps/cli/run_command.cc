@@ -256,10 +256,7 @@ int runOnUrl(RunOptions& o) {
   if (o.json) {
     auto json = runJson(ran.titles.empty() ? std::string() : ran.titles.back(), ran.outcomes, session->events());
     json["intents"] = ran.titles;
-    json["page"] = {{"url", page.url},
-                    {"title", page.title},
-                    {"tabs", page.tabs},
-                    {"focusedValue", page.focusedValue ? nlohmann::ordered_json(*page.focusedValue) : nullptr}};
+    json["page"] = chromium::toJson(page);
     std::cout << jsonLine(json) << "\n";
   } else {
     if (auto events = session->events(); !events.empty()) {

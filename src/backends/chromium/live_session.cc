@@ -23,19 +23,22 @@ constexpr const char* kFocusedValue = R"JS((() => {
 
 }  // namespace
 
-nlohmann::json toJson(const PageState& state) {
+nlohmann::ordered_json toJson(const PageState& state) {
   return {{"url", state.url},
           {"title", state.title},
           {"tabs", state.tabs},
-          {"focusedValue", state.focusedValue ? nlohmann::json(*state.focusedValue) : nlohmann::json()}};
+          {"focusedValue", state.focusedValue ? nlohmann::ordered_json(*state.focusedValue) : nlohmann::ordered_json()}};
 }
 
 bool LiveSession::available() { return !BrowserProcess::findExecutable().empty(); }
 
+bool LiveSession::isUrl(const std::string& pathOrUrl) {
+  return pathOrUrl.find("://") != std::string::npos || pathOrUrl.rfind("about:", 0) == 0 ||
+         pathOrUrl.rfind("data:", 0) == 0;
+}
+
 std::string LiveSession::urlFor(const std::string& pathOrUrl) {
-  if (pathOrUrl.find("://") != std::string::npos || pathOrUrl.rfind("about:", 0) == 0 ||
-      pathOrUrl.rfind("data:", 0) == 0)
-    return pathOrUrl;
+  if (isUrl(pathOrUrl)) return pathOrUrl;
   std::error_code ec;
   auto absolute = std::filesystem::absolute(pathOrUrl, ec);
   return "file://" + (ec ? pathOrUrl : absolute.lexically_normal().string());

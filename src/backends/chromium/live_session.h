@@ -45,7 +45,8 @@ struct PageState {
   int tabs = 0;
   std::optional<std::string> focusedValue;  // "••••••••" for a secure field; none: no field
 };
-nlohmann::json toJson(const PageState& state);
+// The keys in the order the run command prints them.
+nlohmann::ordered_json toJson(const PageState& state);
 
 class LiveSession {
  public:
@@ -57,6 +58,8 @@ class LiveSession {
 
   // Whether a Chromium is installed to open sessions with.
   static bool available();
+  // Whether the text is a URL (it has a scheme) rather than a file path.
+  static bool isUrl(const std::string& pathOrUrl);
   // A file path as a file:// URL; URLs are returned unchanged.
   static std::string urlFor(const std::string& pathOrUrl);
 
