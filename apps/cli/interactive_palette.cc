@@ -262,9 +262,9 @@ void InteractivePalette::toggleWhy() {
   vm_.showWhy = !vm_.showWhy;
   const auto* result = std::get_if<ActionResult>(&vm_.phase());
   if (vm_.showWhy && result && !result->isPartial && !result->debug.empty()) {
-    std::string text = style_.dim("Why?") + "\n";
-    for (const auto& line : result->debug) text += style_.dim("  " + line) + "\n";
-    printAbove(text);
+    std::ostringstream text;
+    style_.printWhy(text, result->debug);
+    printAbove(text.str());
   } else {
     printAbove(style_.dim(vm_.showWhy ? "Why? lines on." : "Why? lines off.") + "\n");
   }
@@ -276,10 +276,8 @@ void InteractivePalette::settle() {
   awaitingOutcome_ = false;
   const auto* result = std::get_if<ActionResult>(&phase);
   if (!result) return;  // a confirmation or a choice waits in the live region; idle: it was stopped
-  ActionResult shown = *result;
-  if (!vm_.showWhy) shown.debug.clear();
   std::ostringstream text;
-  style_.print(text, Outcome(std::move(shown)));
+  style_.printResult(text, *result, vm_.showWhy);
   printAbove(text.str());
   // The result stays the phase until typing puts it away.
   vm_.input = editor_.text();
@@ -291,12 +289,16 @@ void InteractivePalette::printAbove(const std::string& text) {
   dirty_ = true;
 }
 
+std::string InteractivePalette::eraseSequence() const {
+  // Back to the region's first line, then everything from there down is cleared.
+  std::string out = "\r";
+  if (drawn_ && drawnCursorLine_ > 0) out += "\x1b[" + std::to_string(drawnCursorLine_) + "A";
+  return out + "\x1b[J";
+}
+
 void InteractivePalette::erase() {
   if (!drawn_) return;
-  std::string out = "\r";
-  if (drawnCursorLine_ > 0) out += "\x1b[" + std::to_string(drawnCursorLine_) + "A";
-  out += "\x1b[J";
-  writeOut(out);
+  writeOut(eraseSequence());
   drawn_ = false;
 }
 
@@ -310,13 +312,10 @@ void InteractivePalette::draw() {
   state.suggestion = suggestion_;
   state.selected = vm_.selected();
   state.spinner = spinner_;
-  const auto* result = std::get_if<ActionResult>(state.phase);
-  state.resultHasItems = result && !result->items.empty();
   const ScreenLines screen = layoutPalette(state, style_, RawTerminal::columns(), RawTerminal::rows());
 
-  std::string out = "\r";
-  if (drawn_ && drawnCursorLine_ > 0) out += "\x1b[" + std::to_string(drawnCursorLine_) + "A";
-  out += "\x1b[J";
+  // One write for the whole region, so that it never shows half drawn.
+  std::string out = eraseSequence();
   for (std::size_t i = 0; i < screen.lines.size(); ++i) {
     if (i) out += "\n";
     out += screen.lines[i];

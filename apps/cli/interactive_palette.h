@@ -48,6 +48,7 @@ class InteractivePalette {
   void printAbove(const std::string& text);
   void draw();
   void erase();
+  std::string eraseSequence() const;
 
   RunLoop& loop_;
   PaletteViewModel& vm_;

@@ -75,9 +75,7 @@ void LinePalette::perform(const std::string& command) {
     const auto& phase = vm_.phase();
     endStream();
     if (const auto* result = std::get_if<ActionResult>(&phase)) {
-      ActionResult shown = *result;
-      if (!vm_.showWhy) shown.debug.clear();
-      text_.print(std::cout, Outcome(std::move(shown)));
+      text_.printResult(std::cout, *result, vm_.showWhy);
       return;
     }
     if (const auto* confirmation = std::get_if<Confirmation>(&phase)) {
@@ -111,10 +109,7 @@ void LinePalette::waitWhileBusy() {
 // False when the user declined, which ends the command.
 bool LinePalette::answerConfirmation(const Confirmation& c) {
   std::cout << "? " << c.title << "\n" << c.message << "\n";
-  if (vm_.showWhy && !c.debug.empty()) {
-    std::cout << text_.dim("Why?") << "\n";
-    for (const auto& line : c.debug) std::cout << text_.dim("  " + line) << "\n";
-  }
+  if (vm_.showWhy) text_.printWhy(std::cout, c.debug);
   auto answer = prompt(c.confirmLabel + "? [y/N] ");
   const std::string folded = answer ? TextUtil::lower(TextUtil::clean(*answer)) : "";
   if (folded != "y" && folded != "yes") {

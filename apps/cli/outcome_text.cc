@@ -49,13 +49,17 @@ void OutcomeText::printWhy(std::ostream& out, const std::vector<std::string>& de
   for (const auto& line : debug) out << dim("  " + line) << "\n";
 }
 
+void OutcomeText::printResult(std::ostream& out, const ActionResult& r, bool why) const {
+  const char* mark = r.kind == ActionResult::Kind::success ? "✓ " : r.kind == ActionResult::Kind::failure ? "✗ " : "";
+  out << mark << markdown(r.headline) << "\n";
+  if (r.body && !r.body->empty()) out << markdown(*r.body) << "\n";
+  for (std::size_t i = 0; i < r.items.size(); ++i) out << "  " << i + 1 << ". " << oneLine(r.items[i].text) << "\n";
+  if (why) printWhy(out, r.debug);
+}
+
 void OutcomeText::print(std::ostream& out, const Outcome& outcome) const {
   if (const ActionResult* r = outcome.result()) {
-    const char* mark = r->kind == ActionResult::Kind::success ? "✓ " : r->kind == ActionResult::Kind::failure ? "✗ " : "";
-    out << mark << markdown(r->headline) << "\n";
-    if (r->body && !r->body->empty()) out << markdown(*r->body) << "\n";
-    for (std::size_t i = 0; i < r->items.size(); ++i) out << "  " << i + 1 << ". " << oneLine(r->items[i].text) << "\n";
-    printWhy(out, r->debug);
+    printResult(out, *r, true);
   } else if (const Confirmation* c = outcome.confirm()) {
     out << "? " << c->title << "\n" << c->message << "\n";
     out << "[" << c->confirmLabel << "] " << dim("— add --confirm to accept") << "\n";

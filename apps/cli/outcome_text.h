@@ -28,11 +28,14 @@ class OutcomeText {
   static std::string oneLine(std::string_view s);
 
   void print(std::ostream& out, const Outcome& outcome) const;
+  // A result alone, with its "Why?" lines only when `why`.
+  void printResult(std::ostream& out, const ActionResult& result, bool why) const;
   // "Done to the page:" and one line per event; nothing when there were none.
   void printEvents(std::ostream& out, const std::vector<memory::Event>& events) const;
+  // "Why?" and the debug lines under it, dimmed; nothing when there are none.
+  void printWhy(std::ostream& out, const std::vector<std::string>& debug) const;
 
  private:
-  void printWhy(std::ostream& out, const std::vector<std::string>& debug) const;
 
   bool styled_;
 };

@@ -3,7 +3,6 @@
 #include <unicode/uchar.h>
 
 #include <algorithm>
-#include <cctype>
 #include <variant>
 
 #include "text/text_util.h"
@@ -137,12 +136,7 @@ std::string fitColumns(std::string_view s, int columns) {
 }
 
 bool showsSuggestions(std::string_view input) {
-  std::size_t b = input.find_first_not_of(" \t");
-  if (b == std::string_view::npos) return true;
-  std::string start;
-  for (std::size_t i = b; i < input.size() && start.size() < 6; ++i)
-    start += static_cast<char>(std::tolower(static_cast<unsigned char>(input[i])));
-  return start == "scroll";
+  return input.find_first_not_of(" \t") == std::string_view::npos || beginsScroll(input);
 }
 
 ScreenLines layoutPalette(const PaletteScreenState& s, const OutcomeText& style, int width, int height) {
@@ -166,7 +160,7 @@ ScreenLines layoutPalette(const PaletteScreenState& s, const OutcomeText& style,
       if (rows.size() > room) rows.erase(rows.begin(), rows.end() - static_cast<std::ptrdiff_t>(room));
       for (const auto& row : rows) add("  " + style.markdown(row));
     } else if (s.input.empty()) {
-      add(style.dim(s.resultHasItems ? "Tab shows the items on the page · Ctrl-Y why · Esc dismisses"
+      add(style.dim(!result->items.empty() ? "Tab shows the items on the page · Ctrl-Y why · Esc dismisses"
                                      : "Ctrl-Y why · Esc dismisses · type the next command"));
     }
   } else if (const auto* confirmation = std::get_if<Confirmation>(&phase)) {

@@ -27,7 +27,6 @@ struct PaletteScreenState {
   int suggestion = -1;                    // the highlighted one, -1 for none
   int selected = 0;                       // the highlighted option of a choice
   int spinner = 0;                        // frame counter of the working indicator
-  bool resultHasItems = false;            // a result on screen has items Tab can show
 };
 
 struct ScreenLines {

@@ -16,14 +16,18 @@ Suggestion make(std::string title, std::string icon, std::string fill, bool runs
 
 }  // namespace
 
-std::vector<Suggestion> suggestionsFor(std::string_view input) {
+bool beginsScroll(std::string_view input) {
   size_t b = 0;
   while (b < input.size() && std::isspace(static_cast<unsigned char>(input[b]))) ++b;
   std::string lowered;
   for (size_t i = b; i < input.size() && lowered.size() < 6; ++i) {
     lowered += static_cast<char>(std::tolower(static_cast<unsigned char>(input[i])));
   }
-  if (lowered == "scroll") {
+  return lowered == "scroll";
+}
+
+std::vector<Suggestion> suggestionsFor(std::string_view input) {
+  if (beginsScroll(input)) {
     return {make("Scroll down", "arrow.down", "Scroll down", true), make("Scroll up", "arrow.up", "Scroll up", true),
             make("Bottom", "arrow.down.to.line", "Scroll to the bottom", true),
             make("Top", "arrow.up.to.line", "Scroll to the top", true)};

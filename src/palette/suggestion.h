@@ -17,6 +17,10 @@ struct Suggestion {
   bool runs = false;  // submit at once; otherwise the user completes the command
 };
 
+// Whether the command, lower-cased and trimmed, begins with "scroll": the choices then are ways
+// to scroll.
+bool beginsScroll(std::string_view input);
+
 // Scrolling choices once the user has begun typing "scroll", otherwise the common commands.
 std::vector<Suggestion> suggestionsFor(std::string_view input);
 

@@ -193,7 +193,6 @@ TEST_F(PaletteScreen, AStreamingAnswerShowsItsNewestLinesAndAFinishedOneStaysAbo
   // Finished results are printed above; under the prompt only the keys that act on them.
   ActionResult done = ActionResult::info("Found 3", std::string("…"));
   done.items.push_back(FoundItem{.text = "Member pricing"});
-  state.resultHasItems = true;
   shown = lines(done);
   ASSERT_EQ(shown.size(), 2u);
   EXPECT_EQ(shown[1], "Tab shows the items on the page · Ctrl-Y why · Esc dismisses");
