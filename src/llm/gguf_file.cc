@@ -23,6 +23,16 @@ struct FileCloser {
   ~FileCloser() { ::close(fd); }
 };
 
+// Generation reads every weight once per token, a gigabyte in 4 KiB pages: asking for large
+// pages saves most of the address translations, and asking for the file now lets the kernel read
+// it in ahead of the first request instead of a page fault at a time. Both are only advice.
+void adviseWholeFileUse(void* p, size_t length) {
+#if defined(MADV_HUGEPAGE)
+  ::madvise(p, length, MADV_HUGEPAGE);
+#endif
+  ::madvise(p, length, MADV_WILLNEED);
+}
+
 bool keptList(const std::string& key) { return key == "tokenizer.ggml.tokens" || key == "tokenizer.ggml.merges"; }
 
 }  // namespace
@@ -35,6 +45,7 @@ GGUFFile::GGUFFile(const std::string& path) {
   if (::fstat(fd, &st) != 0 || st.st_size < kMinimumSize) throw GGUFError("Model file is empty");
   void* p = ::mmap(nullptr, static_cast<size_t>(st.st_size), PROT_READ, MAP_PRIVATE, fd, 0);
   if (p == MAP_FAILED) throw GGUFError("Can't map model file");
+  adviseWholeFileUse(p, static_cast<size_t>(st.st_size));
   base = static_cast<const uint8_t*>(p);
   size = st.st_size;
   try {

@@ -90,13 +90,22 @@ void dotQ8_0(const uint8_t* w, const QuantizedRows& x, int t0, int nt, float* ou
   }
 }
 
-// Scales (bytes 0-7) and minimums (8-15) of a Q4_K block, widened to 16 bits: scales in the
-// low lane, minimums in the high one.
-inline __m256i q4KScalesMins16(const uint8_t* blk) {
-  uint32_t u[4];
-  q4KScalesMins(blk + 4, u);
-  return _mm256_cvtepu8_epi16(load128(u));
+// Scales (bytes 0-7) and minimums (8-15) of a Q4_K block, unpacked from their 12 packed bytes
+// (at blk + 4; the 16 bytes read stay inside the block) by two byte shuffles and masks: the first
+// four of each are the low six bits of bytes 0-3 and 4-7, the last four take their low four bits
+// from bytes 8-11 and their top two from the top bits of bytes 0-7.
+inline __m128i q4KScalesMins8(const uint8_t* blk) {
+  const __m128i v = load128(blk + 4);
+  const __m128i low = _mm_shuffle_epi8(v, _mm_setr_epi8(0, 1, 2, 3, 8, 9, 10, 11, 4, 5, 6, 7, 8, 9, 10, 11));
+  const __m128i top = _mm_shuffle_epi8(v, _mm_setr_epi8(-1, -1, -1, -1, 0, 1, 2, 3, -1, -1, -1, -1, 4, 5, 6, 7));
+  // The last four minimums are the high nibbles of bytes 8-11.
+  const __m128i nibbles = _mm_blend_epi32(low, _mm_srli_epi16(low, 4), 0x8);
+  const __m128i keep = _mm_setr_epi8(63, 63, 63, 63, 15, 15, 15, 15, 63, 63, 63, 63, 15, 15, 15, 15);
+  return _mm_or_si128(_mm_and_si128(nibbles, keep), _mm_and_si128(_mm_srli_epi16(top, 2), _mm_set1_epi8(0x30)));
 }
+
+// The same widened to 16 bits: scales in the low lane, minimums in the high one.
+inline __m256i q4KScalesMins16(const uint8_t* blk) { return _mm256_cvtepu8_epi16(q4KScalesMins8(blk)); }
 
 // The eight minimums of a Q4_K block as floats times the block's dmin: multiplied with the
 // activation row's scaled sums of the same runs, they give the minimums' share of the block.
@@ -105,29 +114,48 @@ inline __m256 q4KMins(__m256i scalesMins, __m128 dd) {
   return _mm256_mul_ps(_mm256_broadcastss_ps(_mm_shuffle_ps(dd, dd, 0x55)), _mm256_cvtepi32_ps(mins));
 }
 
+// One token is bound by how few instructions each block takes, so the one-row kernel spends as
+// few as it can on the scales: the products of runs 2p and 2p + 1 (each 16 bits wide, at most
+// 2 × 15 × 127) have their two lanes added, which gives run 2p in the low lane and run 2p + 1 in
+// the high one, and one madd with both scales widens and scales them. The minimums' share is an
+// integer madd with the activation's sums of 16, each minimum repeated for its two runs.
 void dotQ4KOne(const uint8_t* w, const QuantizedRows& x, int t, float* out) {
   const int64_t nb = x.cols / 256;
   const int8_t* q8 = x.rowQ(t);
   const float* xd = x.rowD(t);
-  const float* xs = x.rowScaledSums(t);
+  const int16_t* xs = x.rowSums(t);
   const __m256i low4 = _mm256_set1_epi8(0x0F);
+  const __m128i evenOdd = _mm_setr_epi8(0, 1, 4, 5, 8, 9, 12, 13, 2, 3, 6, 7, 10, 11, 14, 15);
+  const __m256i eachTwice =
+      _mm256_setr_epi8(0, 1, 0, 1, 2, 3, 2, 3, 4, 5, 4, 5, 6, 7, 6, 7, 8, 9, 8, 9, 10, 11, 10, 11, 12, 13, 12, 13, 14, 15, 14, 15);
   __m256 acc = _mm256_setzero_ps(), accMin = _mm256_setzero_ps();
   for (int64_t b = 0; b < nb; ++b, w += 144, q8 += 256) {
     prefetchAhead<3>(w);
-    const __m128 dd = twoHalves(w);
     const __m256i sm = q4KScalesMins16(w);
-    accMin = _mm256_fmadd_ps(q4KMins(sm, dd), _mm256_loadu_ps(xs + 8 * b), accMin);
-    const __m256i scales = _mm256_permute2x128_si256(sm, sm, 0x00);
+    // Even scales in the low lane, odd ones in the high lane.
+    const __m128i eo = _mm_shuffle_epi8(_mm256_castsi256_si128(sm), evenOdd);
+    const __m256i pairScales = _mm256_inserti128_si256(_mm256_castsi128_si256(_mm_unpacklo_epi64(eo, eo)),
+                                                       _mm_unpackhi_epi64(eo, eo), 1);
     __m256i sum0 = _mm256_setzero_si256(), sum1 = _mm256_setzero_si256();
     for (int p = 0; p < 4; ++p) {
       const __m256i q = load(w + 16 + 32 * p);
       const __m256i lo = _mm256_maddubs_epi16(_mm256_and_si256(q, low4), load(q8 + 64 * p));
       const __m256i hi = _mm256_maddubs_epi16(_mm256_and_si256(_mm256_srli_epi16(q, 4), low4), load(q8 + 64 * p + 32));
-      sum0 = _mm256_add_epi32(sum0, _mm256_madd_epi16(lo, _mm256_shuffle_epi8(scales, wordBroadcast(2 * p))));
-      sum1 = _mm256_add_epi32(sum1, _mm256_madd_epi16(hi, _mm256_shuffle_epi8(scales, wordBroadcast(2 * p + 1))));
+      const __m256i runs = _mm256_add_epi16(_mm256_permute2x128_si256(lo, hi, 0x20), _mm256_permute2x128_si256(lo, hi, 0x31));
+      const __m256i scaled = _mm256_madd_epi16(runs, _mm256_shuffle_epi8(pairScales, wordBroadcast(p)));
+      if (p % 2 == 0) {
+        sum0 = _mm256_add_epi32(sum0, scaled);
+      } else {
+        sum1 = _mm256_add_epi32(sum1, scaled);
+      }
     }
-    const __m256 d = _mm256_mul_ps(_mm256_broadcastss_ps(dd), _mm256_broadcast_ss(xd + b));
-    acc = _mm256_fmadd_ps(d, _mm256_cvtepi32_ps(_mm256_add_epi32(sum0, sum1)), acc);
+    const __m256i mins = _mm256_shuffle_epi8(_mm256_permute2x128_si256(sm, sm, 0x11), eachTwice);
+    const __m256i minSums = _mm256_madd_epi16(mins, load(xs + 16 * b));
+    const __m128 dd = twoHalves(w);
+    const __m256 xdb = _mm256_broadcast_ss(xd + b);
+    acc = _mm256_fmadd_ps(_mm256_mul_ps(_mm256_broadcastss_ps(dd), xdb), _mm256_cvtepi32_ps(_mm256_add_epi32(sum0, sum1)), acc);
+    accMin = _mm256_fmadd_ps(_mm256_mul_ps(_mm256_broadcastss_ps(_mm_movehdup_ps(dd)), xdb), _mm256_cvtepi32_ps(minSums),
+                             accMin);
   }
   *out = hsum(_mm256_sub_ps(acc, accMin));
 }
