@@ -55,7 +55,9 @@ class LivePageTree : public LiveTest {
     EXPECT_EQ(x.placeholder, y.placeholder) << at;
     EXPECT_EQ(x.pressable, y.pressable) << at;
     EXPECT_EQ(x.frame.has_value(), y.frame.has_value()) << at;
-    if (x.frame && y.frame) EXPECT_EQ(x.frame->y, y.frame->y) << at;
+    if (x.frame && y.frame) {
+      EXPECT_EQ(x.frame->y, y.frame->y) << at;
+    }
     ASSERT_EQ(x.children.size(), y.children.size()) << at;
     for (size_t i = 0; i < x.children.size(); ++i) expectSame(a, b, x.children[i], y.children[i], at);
   }

@@ -208,45 +208,52 @@ Value ChromiumAx::read(const LiveElement& e, std::string_view name) {
       return missing();
     }
     case Kind::page: {
-      const Tab* active = browser_.activeTab();
-      // Only the front tab's page is in the window; elements of other tabs are gone.
-      if (!active || active->targetId != e.target) return missing(Error::invalidUIElement);
-      // Children are listed on demand: a long page is read from its start as far as needed.
-      const PageNode* found = name == "AXChildren" ? browser_.pageNodeWithChildren(e.key) : browser_.pageNode(e.key);
-      if (!found) return missing(Error::invalidUIElement);
-      const PageTree& page = browser_.page();
-      int index = static_cast<int>(found - page.nodes.data());
-      const PageNode& n = *found;
-      if (name == "AXRole") return n.role;
-      if (name == "AXSubrole") return n.subrole.empty() ? missing(Error::noValue) : Value(n.subrole);
-      if (name == "AXTitle") return n.title;
-      if (name == "AXDescription") return n.desc;
-      if (name == "AXHelp") return n.help;
-      if (name == "AXPlaceholderValue") return n.placeholder.empty() ? missing(Error::noValue) : Value(n.placeholder);
-      if (name == "AXValue") {
-        if (n.valueKind == PageNode::ValueKind::text) return n.text;
-        if (n.valueKind == PageNode::ValueKind::number) return n.number;
-        return missing(Error::noValue);
-      }
-      if (name == "AXEnabled") return n.enabled;
-      if (name == "AXFocused") return page.focused == index;
-      if (name == "AXHidden") return false;
-      if (geometry) return n.frame ? frameValue(*n.frame) : missing(Error::noValue);
-      if (name == "AXChildren") {
-        std::vector<ElementRef> children;
-        for (int c : n.children) children.push_back(LiveElement::make(Kind::page, e.target, page.nodes[static_cast<size_t>(c)].key));
-        return children;
-      }
-      if (name == "AXParent") {
-        if (n.parent < 0) return window();
-        return LiveElement::make(Kind::page, e.target, page.nodes[static_cast<size_t>(n.parent)].key);
-      }
-      if (name == "AXWindow" || name == "AXTopLevelUIElement") return window();
-      if (name == "AXURL") return n.url.empty() ? missing(Error::noValue) : Value(ax::Url{n.url});
-      if (name == "AXLoaded" && n.role == "AXWebArea") return true;
-      return missing();
+      const PageNode* found = resolve(e, name == "AXChildren");
+      return found ? readNode(e, browser_.page(), *found, name) : missing(Error::invalidUIElement);
     }
   }
+  return missing();
+}
+
+const PageNode* ChromiumAx::resolve(const LiveElement& e, bool withChildren) {
+  const Tab* active = browser_.activeTab();
+  // Only the front tab's page is in the window; elements of other tabs are gone.
+  if (!active || active->targetId != e.target) return nullptr;
+  // Children are listed on demand: a long page is read from its start as far as needed.
+  return withChildren ? browser_.pageNodeWithChildren(e.key) : browser_.pageNode(e.key);
+}
+
+Value ChromiumAx::readNode(const LiveElement& e, const PageTree& page, const PageNode& n, std::string_view name) {
+  auto window = [] { return LiveElement::make(Kind::window); };
+  const int index = static_cast<int>(&n - page.nodes.data());
+  if (name == "AXRole") return n.role;
+  if (name == "AXSubrole") return n.subrole.empty() ? missing(Error::noValue) : Value(n.subrole);
+  if (name == "AXTitle") return n.title;
+  if (name == "AXDescription") return n.desc;
+  if (name == "AXHelp") return n.help;
+  if (name == "AXPlaceholderValue") return n.placeholder.empty() ? missing(Error::noValue) : Value(n.placeholder);
+  if (name == "AXValue") {
+    if (n.valueKind == PageNode::ValueKind::text) return n.text;
+    if (n.valueKind == PageNode::ValueKind::number) return n.number;
+    return missing(Error::noValue);
+  }
+  if (name == "AXEnabled") return n.enabled;
+  if (name == "AXFocused") return page.focused == index;
+  if (name == "AXHidden") return false;
+  if (name == "AXPosition") return n.frame ? Value(Point{n.frame->x, n.frame->y}) : missing(Error::noValue);
+  if (name == "AXSize") return n.frame ? Value(Size{n.frame->width, n.frame->height}) : missing(Error::noValue);
+  if (name == "AXChildren") {
+    std::vector<ElementRef> children;
+    for (int c : n.children) children.push_back(LiveElement::make(Kind::page, e.target, page.nodes[static_cast<size_t>(c)].key));
+    return children;
+  }
+  if (name == "AXParent") {
+    if (n.parent < 0) return window();
+    return LiveElement::make(Kind::page, e.target, page.nodes[static_cast<size_t>(n.parent)].key);
+  }
+  if (name == "AXWindow" || name == "AXTopLevelUIElement") return window();
+  if (name == "AXURL") return n.url.empty() ? missing(Error::noValue) : Value(ax::Url{n.url});
+  if (name == "AXLoaded" && n.role == "AXWebArea") return true;
   return missing();
 }
 
@@ -259,6 +266,15 @@ std::optional<std::vector<Value>> ChromiumAx::copyMultipleAttributeValues(const 
     if (e->kind == Kind::window || e->kind == Kind::application) browser_.revalidate();
     std::vector<Value> out;
     out.reserve(names.size());
+    // A crawl asks each page element for a dozen attributes at once: find its node once.
+    if (e->kind == Kind::page) {
+      const bool children = std::find(names.begin(), names.end(), "AXChildren") != names.end();
+      const PageNode* node = resolve(*e, children);
+      if (!node) return std::nullopt;
+      const PageTree& page = browser_.page();
+      for (const auto& n : names) out.push_back(readNode(*e, page, *node, n));
+      return out;
+    }
     for (const auto& n : names) {
       Value v = read(*e, n);
       if (auto* f = std::get_if<ax::Failed>(&v); f && f->error == Error::invalidUIElement) return std::nullopt;

@@ -31,6 +31,10 @@ class ChromiumAx : public ax::Api {
  private:
   // Reads one attribute; Failed(...) for attributes the element lacks.
   ax::Value read(const LiveElement& e, std::string_view name);
+  // The page node an element of the page stands for, when it is still on the front tab's page;
+  // with its children listed when `withChildren`.
+  const PageNode* resolve(const LiveElement& e, bool withChildren);
+  ax::Value readNode(const LiveElement& e, const PageTree& page, const PageNode& n, std::string_view name);
   ax::Error press(const LiveElement& e);
   ax::Error pressPageNode(const PageNode& node);
   ax::Error scroll(const LiveElement& e, std::string_view action);

@@ -689,6 +689,7 @@ void LiveBrowser::refresh(const std::string& targetId) {
   get(gen, genR);
   get(release, releaseR);
   get(root, rootR);
+  retire(std::move(c.previous));
   c.previous = std::move(c.reader);
   c.reader = std::make_unique<PageTreeReader>();
   PageTreeReader& reader = *c.reader;
@@ -736,6 +737,12 @@ void LiveBrowser::refresh(const std::string& targetId) {
   c.generation = genR.contains("result") && genR["result"].contains("value") ? std::move(genR["result"]["value"]) : Json();
   c.check = false;
   c.valid = true;
+}
+
+void LiveBrowser::retire(std::unique_ptr<PageTreeReader> old) {
+  if (!old) return;
+  // Joins the one before, long done by now.
+  retiring_ = std::jthread([old = std::move(old)]() mutable { old.reset(); });
 }
 
 Rect LiveBrowser::windowFrame() {

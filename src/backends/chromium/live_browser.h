@@ -8,6 +8,7 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "backends/chromium/browser_process.h"
@@ -111,6 +112,9 @@ class LiveBrowser {
   void waitForLoad(const std::string& targetId, int startedBefore, double timeout);
   void waitUntilReady(const std::string& targetId, double timeout);
   void refresh(const std::string& targetId);
+  // Frees a tree nobody is handed any more on a thread of its own: a large page's tree takes
+  // tens of milliseconds to free, which the next read shouldn't wait for.
+  void retire(std::unique_ptr<PageTreeReader> old);
   struct Cache;
   // Compares the page's state with the cached tree's and follows what it can; a tree that
   // cannot be followed is no longer valid.
@@ -148,6 +152,7 @@ class LiveBrowser {
     bool check = false;  // an effect may have changed the page since
   };
   std::unordered_map<std::string, Cache> cache_;
+  std::jthread retiring_;
   Rect window_{0, 0, 1200, 800};
   Rect viewport_{0, 143, 1200, 657};
 };

@@ -38,10 +38,12 @@ DomIndex indexSnapshot(const Json& snapshot) {
   DomIndex out;
   if (!snapshot.contains("documents") || snapshot["documents"].empty()) return out;
   const Json& strings = snapshot["strings"];
-  auto str = [&](const Json& idx) -> std::string {
-    if (!idx.is_number_integer()) return "";
+  static const std::string none;
+  auto str = [&](const Json& idx) -> const std::string& {
+    if (!idx.is_number_integer()) return none;
     int i = idx.get<int>();
-    return i >= 0 && i < static_cast<int>(strings.size()) ? strings[i].get<std::string>() : "";
+    return i >= 0 && i < static_cast<int>(strings.size()) && strings[i].is_string() ? strings[i].get_ref<const std::string&>()
+                                                                                     : none;
   };
   const Json& doc = snapshot["documents"][0];  // the main frame; frames below are not read
   out.scrollX = doc.value("scrollOffsetX", 0.0);
@@ -52,15 +54,16 @@ DomIndex indexSnapshot(const Json& snapshot) {
   const Json& names = nodes["nodeName"];
   const Json& attrs = nodes["attributes"];
   std::vector<std::int64_t> backend(ids.size());
+  out.byBackendId.reserve(ids.size());
   for (size_t i = 0; i < ids.size(); ++i) {
     backend[i] = ids[i].get<std::int64_t>();
     DomInfo& info = out.byBackendId[backend[i]];
-    std::string name = str(names[i]);
+    const std::string& name = str(names[i]);
     if (!name.empty() && name[0] != '#' && name[0] != ':') info.tag = name;
     if (i < attrs.size()) {
       const Json& a = attrs[i];
       for (size_t k = 0; k + 1 < a.size(); k += 2) {
-        std::string key = str(a[k]);
+        const std::string& key = str(a[k]);
         if (key == "type") info.type = lower(str(a[k + 1]));
         else if (key == "placeholder") info.placeholder = str(a[k + 1]);
       }
@@ -90,7 +93,7 @@ DomIndex indexSnapshot(const Json& snapshot) {
     if (info.bounds) continue;  // the first box is the element's own; later ones are continuations
     info.bounds = Rect{b[0].get<double>(), b[1].get<double>(), b[2].get<double>(), b[3].get<double>()};
     if (styles && k < styles->size() && !(*styles)[k].empty()) {
-      std::string position = str((*styles)[k][0]);
+      const std::string& position = str((*styles)[k][0]);
       if (position == "fixed") fixed[i] = 1;
       else if (position == "sticky") out.sticky = true;
     }
@@ -332,16 +335,21 @@ void PageTreeReader::add(const Json& n, int parent) {
     return;
   }
   const Json* roleValue = inner(n, "role");
-  std::string cdpRole = roleValue && roleValue->is_string() ? roleValue->get<std::string>() : "";
-  std::unordered_map<std::string, const Json*> props;
-  if (n.contains("properties"))
-    for (const Json& p : n["properties"])
-      if (p.contains("value") && p["value"].contains("value")) props[p["name"].get<std::string>()] = &p["value"]["value"];
-  auto prop = [&](const char* name) -> const Json* {
-    auto it = props.find(name);
-    return it == props.end() ? nullptr : it->second;
+  static const std::string noRole;
+  const std::string& cdpRole = roleValue && roleValue->is_string() ? roleValue->get_ref<const std::string&>() : noRole;
+  // A handful of properties a node: looked through in place rather than indexed.
+  auto propsIt = n.find("properties");
+  const Json* props = propsIt != n.end() && propsIt->is_array() ? &*propsIt : nullptr;
+  auto prop = [&](std::string_view name) -> const Json* {
+    if (!props) return nullptr;
+    for (const Json& p : *props) {
+      auto key = p.find("name");
+      if (key == p.end() || !key->is_string() || key->get_ref<const std::string&>() != name) continue;
+      if (const Json* v = inner(p, "value")) return v;
+    }
+    return nullptr;
   };
-  auto flag = [&](const char* name) {
+  auto flag = [&](std::string_view name) {
     const Json* v = prop(name);
     return v && ((v->is_boolean() && v->get<bool>()) || (v->is_string() && v->get<std::string>() == "true"));
   };
