@@ -7,6 +7,10 @@
 // 200-token system text with the first (its keys and values come from the runtime's cache), and
 // the peak resident memory of the process.
 //
+// Generation reads every weight once a token, so it cannot outrun the machine's memory: the
+// benchmark also reads a large buffer on every core and prints generation as a share of the
+// speed that bandwidth allows, which tells a slow machine from a slow engine.
+//
 // The model (about 1 GB) is written once to the temporary folder and reused by later runs.
 #include <benchmark/benchmark.h>
 
@@ -70,6 +74,8 @@ void BM_Prompt(benchmark::State& state) {
       benchmark::Counter(static_cast<double>(state.iterations() * prompt.size()), benchmark::Counter::kIsRate);
 }
 
+std::vector<double> generationRates;  // tokens per second of each repetition
+
 void BM_Generate(benchmark::State& state) {
   Transformer& m = model();
   const std::vector<int> prompt = randomTokens(kPromptTokens, m.vocabSize());
@@ -80,6 +86,63 @@ void BM_Generate(benchmark::State& state) {
     if (position >= m.contextSize()) position = kPromptTokens;
   }
   state.counters["tokens/s"] = benchmark::Counter(static_cast<double>(state.iterations()), benchmark::Counter::kIsRate);
+}
+
+// Records each repetition's rate; the timing loop above stays free of it.
+class RateRecorder : public benchmark::ConsoleReporter {
+ public:
+  RateRecorder() : ConsoleReporter(OO_None) {}
+  void ReportRuns(const std::vector<Run>& runs) override {
+    for (const Run& r : runs)
+      if (r.run_type == Run::RT_Iteration && r.benchmark_name().rfind("BM_Generate", 0) == 0)
+        generationRates.push_back(static_cast<double>(r.iterations) / r.real_accumulated_time);
+    ConsoleReporter::ReportRuns(runs);
+  }
+};
+
+// Bytes per second that every core together reads from a buffer far larger than the caches,
+// best of a few passes.
+double memoryReadBytesPerSecond() {
+  constexpr size_t kBytes = size_t{512} << 20;
+  std::vector<uint64_t> buffer(kBytes / sizeof(uint64_t), 1);
+  ThreadPool& pool = ThreadPool::shared();
+  const int64_t parts = pool.threads();
+  std::vector<uint64_t> sums(static_cast<size_t>(parts));
+  double best = 0;
+  for (int pass = 0; pass < 5; ++pass) {
+    auto start = std::chrono::steady_clock::now();
+    pool.parallelFor(parts, [&](int64_t part) {
+      const size_t n = buffer.size() / static_cast<size_t>(parts);
+      const uint64_t* p = buffer.data() + static_cast<size_t>(part) * n;
+      uint64_t a = 0, b = 0, c = 0, d = 0;
+      for (size_t i = 0; i + 4 <= n; i += 4) {
+        a += p[i];
+        b += p[i + 1];
+        c += p[i + 2];
+        d += p[i + 3];
+      }
+      sums[static_cast<size_t>(part)] = a + b + c + d;
+    });
+    const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    benchmark::DoNotOptimize(sums.data());
+    best = std::max(best, static_cast<double>(kBytes) / seconds);
+  }
+  return best;
+}
+
+void printGenerationAgainstMemory() {
+  if (generationRates.empty()) return;
+  std::vector<double> rates = generationRates;
+  std::sort(rates.begin(), rates.end());
+  const double median = rates[rates.size() / 2];
+  // The weights are nearly the whole file; the output matrix is the embedding, read once.
+  const double bytesPerToken = static_cast<double>(std::filesystem::file_size(modelPath()));
+  const double bandwidth = memoryReadBytesPerSecond();
+  const double ceiling = bandwidth / bytesPerToken;
+  std::printf("memory read on %d threads: %.1f GB/s, which allows at most %.1f tokens/s for %.0f MB of weights a token;"
+              " generation (median %.1f tokens/s) runs at %.0f%% of that\n",
+              ThreadPool::shared().threads(), bandwidth / 1e9, ceiling, bytesPerToken / 1e6, median,
+              100 * median / ceiling);
 }
 
 // Repeated because the machine may be shared: the median and the best run are the figures.
@@ -100,9 +163,8 @@ std::string systemText(Transformer& m, int tokens) {
 }
 
 // The time to the first token after a cached prefix of kSystemTokens, by how many new tokens the
-// request adds. The benchmark model's vocabulary splits an English command into about one token
-// per character (30 to 40 for the commands below); the shipped model's tokenizer makes whole
-// words single tokens, so the same command with its turn markers is about 8 to 14 new tokens.
+// request adds. A command with its turn markers is about 8 to 14 new tokens in the shipped
+// model's tokenizer, and in the benchmark model's, which makes common words single tokens too.
 void printFirstTokenByLength() {
   Transformer& m = model();
   const std::vector<int> tokens = randomTokens(kSystemTokens + 40, m.vocabSize());
@@ -156,12 +218,15 @@ void printRuntimeFigures(const std::string& system) {
 
 int main(int argc, char** argv) {
   benchmark::Initialize(&argc, argv);
-  benchmark::RunSpecifiedBenchmarks();
+  skimlet::RateRecorder reporter;
+  benchmark::RunSpecifiedBenchmarks(&reporter);
   const std::string system = skimlet::systemText(skimlet::model(), skimlet::kSystemTokens);
   skimlet::printFirstTokenByLength();
   skimlet::loadedModel().reset();
   skimlet::printRuntimeFigures(system);
   std::printf("peak resident memory: %.0f MB\n", skimlet::peakResidentMB());
+  // Last, so that its buffer doesn't count in the peak above.
+  skimlet::printGenerationAgainstMemory();
   benchmark::Shutdown();
   return 0;
 }
