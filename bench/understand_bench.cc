@@ -4,8 +4,8 @@
 // timed call runs the command's own tokens and then generates. A random model never says its
 // stop token, so it writes until the cap: the figure at 9 new tokens stands for a real one-line
 // reply and its end (“click|sign in|0||” is 8 tokens in this model's vocabulary, which makes
-// common words single tokens as the shipped one does), the
-// one at 40 is the full cap of an intent request.
+// common words single tokens as the shipped one does), the one at 40 is the full cap of an
+// intent request.
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
