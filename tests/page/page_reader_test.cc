@@ -33,12 +33,6 @@ std::vector<L> read(const std::vector<PageElement>& elements) {
 
 PageElement staticText(std::string value) { return PageElement{.role = "AXStaticText", .value = std::move(value)}; }
 
-TEST(PageReaderLines, EmptyPage) {
-  EXPECT_TRUE(PageReader::lines({}).empty());
-  EXPECT_TRUE(PageReader::chunks({}, 900).empty());
-  EXPECT_EQ(PageSnapshot{}.text(), "");
-}
-
 TEST(PageReaderLines, TextRunsAndInlineLinksOfOneParagraphMergeIntoOneLine) {
   ElementList page;
   int p = page.add({.role = "AXGroup"});
@@ -67,22 +61,21 @@ TEST(PageReaderLines, TextFallsBackToTitleThenDescriptionAndListItemsAreItems) {
   EXPECT_EQ(read(page), (std::vector<L>{{"from title", Kind::item}, {"from desc", Kind::item}}));
 }
 
-TEST(PageReaderLines, ControlsEndTheParagraph) {
+TEST(PageReaderLines, ControlsEndTheParagraphAndSoDoLinksOnTheirOwn) {
   ElementList page;
   int p = page.add({.role = "AXGroup"});
   page.add(staticText("Before"), p);
   page.add({.role = "AXButton", .title = "Go"}, p);
   page.add(staticText("After"), p);
   EXPECT_EQ(read(page), (std::vector<L>{{"Before", Kind::text}, {"Go", Kind::button}, {"After", Kind::text}}));
-}
 
-TEST(PageReaderLines, ALinkOnItsOwnLineIsFollowedByANewLine) {
-  ElementList page;
-  int p = page.add({.role = "AXGroup"});
-  page.add({.role = "AXLink", .title = "Home"}, p);
-  page.add(staticText("Welcome"), p);
-  page.add({.role = "AXLink", .title = "About"}, p);  // merges into the paragraph before it
-  EXPECT_EQ(read(page), (std::vector<L>{{"Home", Kind::link}, {"Welcome About", Kind::text}}));
+  // A link on its own line is followed by a new line; one after text merges into the paragraph.
+  ElementList links;
+  int q = links.add({.role = "AXGroup"});
+  links.add({.role = "AXLink", .title = "Home"}, q);
+  links.add(staticText("Welcome"), q);
+  links.add({.role = "AXLink", .title = "About"}, q);
+  EXPECT_EQ(read(links), (std::vector<L>{{"Home", Kind::link}, {"Welcome About", Kind::text}}));
 }
 
 TEST(PageReaderLines, RepeatedShortLinksAndRepeatedButtonsAppearOnce) {
@@ -214,7 +207,10 @@ TEST(PageReaderChunks, HeadingsOpenChunksAndSizesCountCharacters) {
                                               {"Last", std::string(20, 'z'), 6}}));
 }
 
-TEST(PageReaderChunks, BlankBuffersAreNotChunks) {
+TEST(PageReaderChunks, EmptyPagesAndBlankBuffersAreNotChunks) {
+  EXPECT_TRUE(PageReader::lines({}).empty());
+  EXPECT_TRUE(PageReader::chunks({}, 900).empty());
+  EXPECT_EQ(PageSnapshot{}.text(), "");
   // Non-breaking and em spaces are white space too.
   std::vector<PageLine> lines = {line(" ", Kind::text, 0), line("\u00A0\u2003", Kind::text, 1),
                                  line("Head", Kind::heading, 2), line("\u00A0é", Kind::text, 3)};
