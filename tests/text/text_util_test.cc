@@ -34,6 +34,10 @@ TEST(TextUtilNorm, FoldsCaseAndDiacriticsAndCollapsesSeparators) {
       {"Ünïcödé — “quotes” ‘and’ …dots", "unicode quotes and dots"}, {"Привет, МИР", "привет мир"},
       {"日本語のテキスト", "日本語のテキスト"}, {"x ٣ ½", "x ٣ ½"}, {"go 👍 now 👨‍👩‍👧 ok", "go now ok"}};
   for (const auto& [text, norm] : cases) EXPECT_EQ(TextUtil::norm(text), norm) << text;
+  // Lower-casing alone is full Unicode too.
+  EXPECT_EQ(TextUtil::lower("Sign IN"), "sign in");
+  EXPECT_EQ(TextUtil::lower("ÉCLAIR ΣΟΦΟΣ"), "éclair σοφος");
+  EXPECT_EQ(TextUtil::lower("LIN\u212A"), "link");  // Kelvin sign
 }
 
 TEST(TextUtilNorm, AsciiFastPathMatchesTheFullPath) {
@@ -109,12 +113,6 @@ TEST(TextUtilCharacters, LengthPrefixAndTruncateCountGraphemeClusters) {
   EXPECT_EQ(TextUtil::truncate(family + family + family, 2), family + "…");
   EXPECT_EQ(TextUtil::truncate("ab", 1), "…");
   EXPECT_EQ(TextUtil::truncate("", 0), "");
-}
-
-TEST(TextUtilCharacters, LowerIsFullUnicode) {
-  EXPECT_EQ(TextUtil::lower("Sign IN"), "sign in");
-  EXPECT_EQ(TextUtil::lower("ÉCLAIR ΣΟΦΟΣ"), "éclair σοφος");
-  EXPECT_EQ(TextUtil::lower("LIN\u212A"), "link");  // Kelvin sign
 }
 
 TEST(TextUtilBadInput, InvalidUtf8BecomesReplacementCharacters) {
