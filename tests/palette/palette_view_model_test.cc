@@ -128,6 +128,7 @@ TEST_F(Palette, BlankOrBrowserlessSubmissionsStartNothingAndRefreshRereadsTheCon
   // Refreshing reads trust and the front browser again.
   open();
   EXPECT_TRUE(vm->trusted());
+  ASSERT_TRUE(vm->target());
   EXPECT_EQ(vm->target()->browserName(), "Safari");
   backend->setTrusted(false);
   vm->refreshContext();
