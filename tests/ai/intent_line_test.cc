@@ -16,13 +16,10 @@ void expectFields(std::string_view reply, const std::string& action, const std::
   EXPECT_EQ(got->field, field) << reply;
 }
 
-TEST(IntentLine, ReadsTheFiveFieldsInOrder) {
+TEST(IntentLine, ReadsTheFiveFieldsInOrderToleratingLooseFormatting) {
   expectFields("click|blue shirt|2||", "click", "blue shirt", 2, "", "");
   expectFields("type||0|hello|search box", "type", "", 0, "hello", "search box");
   expectFields("click||-1||", "click", "", -1, "", "");
-}
-
-TEST(IntentLine, ToleratesLooseFormatting) {
   expectFields("  click | Sign in | 1 |  |  \n", "click", "Sign in", 1, "", "");
   expectFields("find|shipping costs", "find", "shipping costs", 0, "", "");  // missing trailing fields
   expectFields("back", "back", "", 0, "", "");
@@ -35,21 +32,17 @@ TEST(IntentLine, ToleratesLooseFormatting) {
   expectFields("\u00a0click\u2003|\u3000cart\u00a0| 2\u2009||", "click", "cart", 2, "", "");
 }
 
-TEST(IntentLine, TakesTheFirstLineWithSeparators) {
+TEST(IntentLine, TakesTheFirstLineWithSeparatorsAfterAnyEcho) {
   expectFields("\n\nSure, here it is:\nfind|prices|0||\nclick|buy|0||", "find", "prices", 0, "", "");
   expectFields("```\nback||0||\n```", "back", "", 0, "", "");
   // With no separator anywhere, the first non-empty line is all there is.
   expectFields("\n  unknown  \nmore", "unknown", "", 0, "", "");
-}
-
-TEST(IntentLine, IgnoresAnEchoedCommandBeforeTheArrow) {
+  // An echoed command before the arrow is left out.
   expectFields("take me home -> back||0||", "back", "", 0, "", "");
   expectFields("put hi in the box -> type||0|hi|box", "type", "", 0, "hi", "box");
   // An arrow inside the typed text is text, not an echo.
   expectFields("type||0|a -> b|", "type", "", 0, "a -> b", "");
-}
-
-TEST(IntentLine, NothingForAnEmptyReply) {
+  // Nothing for an empty reply.
   EXPECT_FALSE(readIntentLine(""));
   EXPECT_FALSE(readIntentLine(" \n\t\n "));
 }

@@ -81,13 +81,12 @@ TEST(IntentMapper, ActionsOnATargetNeedOneOrAnOrdinal) {
     EXPECT_EQ(mapped(c.action, c.target, c.ordinal), c.expected) << c.action << " “" << c.target << "” " << c.ordinal;
 }
 
-TEST(IntentMapper, AskKeepsTheCommandAsTypedNotTheModelsWording) {
+TEST(IntentMapper, AskAndTypeKeepTheUsersWordsNotTheModels) {
   EXPECT_EQ(mapped("ask", "return policy", 0, "", "", "What's their Return Policy?"),
             Intent(intents::Ask{"What's their Return Policy?"}));
   EXPECT_EQ(mapped("ask", "", 0, "", "", "how long is shipping"), Intent(intents::Ask{"how long is shipping"}));
-}
 
-TEST(IntentMapper, TypeOnlyWhatTheUserWrote) {
+  // Typing takes only what the user wrote.
   EXPECT_EQ(mapped("type", "", 0, "hello", "search box", "put hello in the search box"),
             Intent(intents::Type{"hello", TargetSpec{"search box", {}, RoleHint::field}, false}));
   // The model invented the text: nothing is typed.

@@ -22,7 +22,7 @@ void expectAskedOnce(const StandInModel& own, std::string_view system, std::stri
   EXPECT_EQ(asked[0].maxTokens, maxTokens);
 }
 
-TEST(LocalAIStatus, NamesTheFirstUsableModelOwnThenSystemElseTheRules) {
+TEST(LocalAIStatus, NamesTheFirstUsableModelOwnThenSystemElseTheRulesWhichAnswerNothing) {
   const std::string rules = "No local model \u2014 using built-in rules";
   StandInModel own;
   StandInSystemModel system;
@@ -43,13 +43,12 @@ TEST(LocalAIStatus, NamesTheFirstUsableModelOwnThenSystemElseTheRules) {
   own.loadError.reset();
   own.isInstalled = false;
   EXPECT_EQ(LocalAI(&own, nullptr).statusText(), rules);
-}
 
-TEST(LocalAIWithoutModels, AnswersNothing) {
-  LocalAI ai(nullptr, nullptr);
-  EXPECT_FALSE(ai.parseIntent("buy the blue shirt"));
-  EXPECT_FALSE(ai.choose("sign in", {"Sign in", "Sign up"}));
-  EXPECT_FALSE(ai.summarize("Title", "Some page text", nullptr));
+  // Without a model nothing is answered.
+  LocalAI none(nullptr, nullptr);
+  EXPECT_FALSE(none.parseIntent("buy the blue shirt"));
+  EXPECT_FALSE(none.choose("sign in", {"Sign in", "Sign up"}));
+  EXPECT_FALSE(none.summarize("Title", "Some page text", nullptr));
 }
 
 TEST(LocalAIParseIntent, FallsThroughToTheSystemModelOnlyWhenTheOwnAnswerIsUnusable) {

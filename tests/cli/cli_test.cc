@@ -53,6 +53,11 @@ TEST(OutcomeJson, EachKindOfOutcomeHasItsKeysInOrder) {
   ordered_json choose = outcomeJson(choice);
   EXPECT_EQ(keys(choose), (std::vector<std::string>{"type", "prompt", "options"}));
   EXPECT_EQ(choose["options"], ordered_json::parse(R"([{"title":"Save","subtitle":"Preferences"},{"title":"Save","subtitle":""}])"));
+
+  // Text that is not UTF-8 still prints as one line.
+  std::string line = jsonLine(outcomeJson(ActionResult::info("Read \xff page", std::string("a\nb"))));
+  EXPECT_EQ(line.find('\n'), std::string::npos);
+  EXPECT_NE(line.find("Read \xEF\xBF\xBD page"), std::string::npos);
 }
 
 TEST(OutcomeJson, EventsLeadWithTheirTypeAndKeepOnlyTheirOwnDetails) {
@@ -62,13 +67,6 @@ TEST(OutcomeJson, EventsLeadWithTheirTypeAndKeepOnlyTheirOwnDetails) {
   memory::Event key;
   key.type = memory::Event::Type::key, key.keyCode = 36, key.flags = 0x100000;
   EXPECT_EQ(jsonLine(eventJson(key)), R"({"type":"key","flags":1048576,"keyCode":36})");
-}
-
-TEST(OutcomeJson, TextThatIsNotUtf8StillPrintsAsOneLine) {
-  ActionResult r = ActionResult::info("Read \xff page", std::string("a\nb"));
-  std::string line = jsonLine(outcomeJson(r));
-  EXPECT_EQ(line.find('\n'), std::string::npos);
-  EXPECT_NE(line.find("Read \xEF\xBF\xBD page"), std::string::npos);
 }
 
 TEST(OutcomeText, MarkdownIsRenderedForATerminalAndPlainForAPipe) {

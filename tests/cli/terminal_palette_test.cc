@@ -131,16 +131,14 @@ TEST_F(PaletteScreen, IdleShowsThePreviewOrSuggestionsUnderThePrompt) {
 
   state.suggestions.clear();
   state.preview = "Click “sign in”";
-  shown = lines(PaletteViewModel::Idle{}, "click sign in");
-  ASSERT_EQ(shown.size(), 2u);
-  EXPECT_EQ(shown[0], "› click sign in");
-  EXPECT_EQ(shown[1], "↵ Click “sign in”");
+  EXPECT_EQ(lines(PaletteViewModel::Idle{}, "click sign in"),
+            (std::vector<std::string>{"› click sign in", "↵ Click “sign in”"}));
   EXPECT_EQ(last.cursorLine, 0);
   EXPECT_EQ(last.cursorColumn, 2 + 13);
 
   state.preview.reset();
-  shown = lines(PaletteViewModel::Idle{}, "something new");
-  EXPECT_EQ(shown[1], "↵ no rule matches: Return asks the model, else searches the page");
+  EXPECT_EQ(lines(PaletteViewModel::Idle{}, "something new").at(1),
+            "↵ no rule matches: Return asks the model, else searches the page");
 }
 
 TEST_F(PaletteScreen, ALongCommandScrollsSoTheCursorStaysInView) {
@@ -153,30 +151,18 @@ TEST_F(PaletteScreen, ALongCommandScrollsSoTheCursorStaysInView) {
 }
 
 TEST_F(PaletteScreen, ChoicesMarkTheSelectionAndConfirmationsSayTheirKeys) {
-  ChoiceSet choice;
-  choice.prompt = "Which one do you mean?";
-  for (const char* t : {"Member pricing", "Student pricing"}) {
-    ChoiceOption o;
-    o.title = t;
-    o.subtitle = "Link";
-    choice.options.push_back(o);
-  }
+  ChoiceSet choice{"Which one do you mean?", {ChoiceOption(), ChoiceOption()}};
+  choice.options[0].title = "Member pricing", choice.options[1].title = "Student pricing";
+  choice.options[0].subtitle = choice.options[1].subtitle = "Link";
   state.selected = 1;
-  auto shown = lines(choice);
-  ASSERT_EQ(shown.size(), 5u);
-  EXPECT_EQ(shown[1], "? Which one do you mean?");
-  EXPECT_EQ(shown[2], "  1. Member pricing — Link");
-  EXPECT_EQ(shown[3], "❯ [2. Student pricing] — Link");
-  EXPECT_EQ(shown[4], "  ↑↓ move · Return or 1–2 picks · Esc cancels");
+  EXPECT_EQ(lines(choice), (std::vector<std::string>{"› ", "? Which one do you mean?", "  1. Member pricing — Link",
+                                                    "❯ [2. Student pricing] — Link",
+                                                    "  ↑↓ move · Return or 1–2 picks · Esc cancels"}));
 
-  Confirmation c;
-  c.title = "Click “Delete account”?";
-  c.message = "This may delete content or cancel something.";
-  c.confirmLabel = "Click";
-  shown = lines(c);
-  ASSERT_EQ(shown.size(), 4u);
-  EXPECT_EQ(shown[1], "? Click “Delete account”?");
-  EXPECT_EQ(shown[3], "  Return or y: Click · Esc or n: cancel");
+  Confirmation c{"Click “Delete account”?", "This may delete content or cancel something.", "Click", {}, {}};
+  EXPECT_EQ(lines(c), (std::vector<std::string>{"› ", "? Click “Delete account”?",
+                                               "  This may delete content or cancel something.",
+                                               "  Return or y: Click · Esc or n: cancel"}));
 }
 
 TEST_F(PaletteScreen, AStreamingAnswerShowsItsNewestLinesAndAFinishedOneStaysAbove) {
@@ -193,9 +179,8 @@ TEST_F(PaletteScreen, AStreamingAnswerShowsItsNewestLinesAndAFinishedOneStaysAbo
   // Finished results are printed above; under the prompt only the keys that act on them.
   ActionResult done = ActionResult::info("Found 3", std::string("…"));
   done.items.push_back(FoundItem{.text = "Member pricing"});
-  shown = lines(done);
-  ASSERT_EQ(shown.size(), 2u);
-  EXPECT_EQ(shown[1], "Tab shows the items on the page · Ctrl-Y why · Esc dismisses");
+  EXPECT_EQ(lines(done),
+            (std::vector<std::string>{"› ", "Tab shows the items on the page · Ctrl-Y why · Esc dismisses"}));
 }
 
 }  // namespace

@@ -6,7 +6,6 @@
 namespace skimlet {
 namespace {
 
-using memory::Event;
 using testing::EngineOnPage;
 
 TEST(Find, BringsTheMostPreciseMentionIntoView) {
@@ -22,10 +21,7 @@ TEST(Find, BringsTheMostPreciseMentionIntoView) {
             r.debug.end());
   ASSERT_EQ(r.items.size(), 1u);
   EXPECT_EQ(r.items[0].element->label(), sentence);
-  std::vector<Event> events = page.events();
-  ASSERT_EQ(events.size(), 1u);
-  EXPECT_EQ(events[0].action, "AXScrollToVisible");
-  EXPECT_EQ(events[0].label, sentence);
+  EXPECT_EQ(page.eventLines(), std::vector<std::string>{"scroll AXScrollToVisible AXStaticText “" + sentence + "”"});
   EXPECT_EQ(page.backend->highlighted(), r.items[0].element->frame);
 
   EXPECT_EQ(page.run(intents::Find{"search help"}).items.at(0).element->role, "AXTextField");

@@ -63,12 +63,8 @@ TEST(Navigate, KeyboardShortcutWithoutAUsableButton) {
 
   // A page's own "Back to top" button is not the browser's Back button.
   memory::Recording withTopButton = testing::recordedPage("engine_news.json");
-  memory::Node top;
-  top.role = "AXButton";
-  top.title = "Back to top";
-  top.frame = Rect{1180, 860, 80, 24};
-  top.actions = {"AXPress"};
-  withTopButton.window.children.at(0).children.push_back(top);
+  withTopButton.window.children.at(0).children.push_back(
+      memory::Node{.role = "AXButton", .title = "Back to top", .frame = Rect{1180, 860, 80, 24}, .actions = {"AXPress"}});
   EngineOnPage topButton(withTopButton);
   EXPECT_EQ(topButton.result("go back").debug.back(), "Toolbar button not available — sent keyboard shortcut");
   EXPECT_THAT(topButton.eventLines(), ElementsAre("key 33 flags 0x100000"));

@@ -1,5 +1,6 @@
 // Scrolling a recorded help page: to a section, to either end, and by a page, with the key and
 // scroll-wheel fallbacks for browsers that refuse accessibility scrolling.
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "support/engine_on_page.h"
@@ -7,7 +8,7 @@
 namespace skimlet {
 namespace {
 
-using memory::Event;
+using ::testing::ElementsAre;
 using testing::EngineOnPage;
 
 intents::Scroll to(ScrollSpec::Kind kind, std::string section = "") { return {{kind, std::move(section)}}; }
@@ -29,13 +30,10 @@ TEST(Scroll, ToASectionOrAnEndThroughScrollToVisible) {
             "Couldn't find a section about “warranty claims”");
   EXPECT_EQ(page.run(to(ScrollSpec::Kind::bottom)).headline, "Scrolled to the **bottom**");
   EXPECT_EQ(page.run(to(ScrollSpec::Kind::top)).headline, "Scrolled to the **top**");
-  std::vector<Event> events = page.events();
-  ASSERT_EQ(events.size(), 3u);
-  for (const auto& e : events) EXPECT_EQ(e.action, "AXScrollToVisible");
-  EXPECT_EQ(events[0].role, "AXHeading");
-  EXPECT_EQ(events[0].label, "Returns and refunds");
-  EXPECT_EQ(events[1].label, "Parcel Co, 1 Harbour Road. All rights reserved.");
-  EXPECT_EQ(events[2].label, "Help centre");
+  EXPECT_THAT(page.eventLines(),
+              ElementsAre("scroll AXScrollToVisible AXHeading “Returns and refunds”",
+                          "scroll AXScrollToVisible AXStaticText “Parcel Co, 1 Harbour Road. All rights reserved.”",
+                          "scroll AXScrollToVisible AXHeading “Help centre”"));
 }
 
 TEST(Scroll, ByPageOnTheWebAreaItsScrollAreaThenKeysThenTheWheel) {
@@ -44,27 +42,21 @@ TEST(Scroll, ByPageOnTheWebAreaItsScrollAreaThenKeysThenTheWheel) {
   EXPECT_EQ(r.headline, "Scrolled **down** one page");
   EXPECT_EQ(r.debug[r.debug.size() - 2], "AXScrollDownByPage failed on the web area");
   EXPECT_EQ(r.debug.back(), "AXScrollDownByPage on the scroll area");
-  ASSERT_EQ(page.events().size(), 1u);
-  EXPECT_EQ(page.events()[0].role, "AXScrollArea");
+  EXPECT_THAT(page.eventLines(), ElementsAre(::testing::StartsWith("scroll AXScrollDownByPage AXScrollArea ")));
 
   memory::Recording recording = testing::recordedPage("help_centre.json");
   recording.window.children.at(0).actions.clear();  // the scroll area refuses too
 
   EngineOnPage keys(recording);
   EXPECT_EQ(keys.run(to(ScrollSpec::Kind::up)).debug.back(), "Fell back to Page Down / Page Up key");
-  ASSERT_EQ(keys.events().size(), 1u);
-  EXPECT_EQ(keys.events()[0].keyCode, 116);
+  EXPECT_THAT(keys.eventLines(), ElementsAre("key 116 flags 0x0"));
 
   NoKeys noKeys;
   EngineOnPage wheel(recording, nullptr, nullptr, &noKeys);
   noKeys.inner = &wheel.backend->input();
   EXPECT_EQ(wheel.run(to(ScrollSpec::Kind::down)).debug.back(), "Posted scroll-wheel event over the page");
-  std::vector<Event> events = wheel.events();
-  ASSERT_EQ(events.size(), 1u);
-  EXPECT_EQ(events[0].action, "scrollWheel");
-  EXPECT_EQ(events[0].lines, 12);
-  EXPECT_EQ(events[0].x, 600);  // the middle of the web area
-  EXPECT_EQ(events[0].y, 490);
+  // Over the middle of the web area.
+  EXPECT_THAT(wheel.eventLines(), ElementsAre("scroll wheel 12 lines at (600, 490)"));
 }
 
 }  // namespace

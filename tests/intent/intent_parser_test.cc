@@ -148,15 +148,10 @@ TEST(IntentParserTargets, FillersOrdinalsRolesConnectorsAnchors) {
 }
 
 TEST(IntentParserQuotes, OnePairOfMatchingQuotesOnly) {
-  using IntentParser::cleanPhrase;
-  EXPECT_EQ(cleanPhrase("\"hello\""), "hello");
-  EXPECT_EQ(cleanPhrase("‘hi’"), "hi");
-  EXPECT_EQ(cleanPhrase("`code`"), "code");
-  EXPECT_EQ(cleanPhrase("\"\"nested\"\""), "\"nested\"");
-  EXPECT_EQ(cleanPhrase("“mismatched\""), "“mismatched\"");
-  EXPECT_EQ(cleanPhrase("\""), "\"");
-  EXPECT_EQ(cleanPhrase("\"\""), "");
-  EXPECT_EQ(cleanPhrase("  ' spaced '  !"), "spaced");
+  const std::pair<const char*, const char*> cases[] = {
+      {"\"hello\"", "hello"}, {"‘hi’", "hi"}, {"`code`", "code"}, {"\"\"nested\"\"", "\"nested\""},
+      {"“mismatched\"", "“mismatched\""}, {"\"", "\""}, {"\"\"", ""}, {"  ' spaced '  !", "spaced"}};
+  for (const auto& [phrase, clean] : cases) EXPECT_EQ(IntentParser::cleanPhrase(phrase), clean) << phrase;
 }
 
 TEST(IntentParserProfile, SubstringsInOrder) {

@@ -160,27 +160,17 @@ TEST(GGUFFile, UnsupportedValueAndArrayTypes) {
 }
 
 TEST(GGUFFile, DataStartFollowsTheAlignment) {
-  auto tensorFile = [&](const std::string& name, auto declare) {
+  // None declared, 256 declared, and a float that is not an integer (so the default of 32).
+  for (const char* declared : {"none", "u32", "f32"}) {
+    SCOPED_TRACE(declared);
     GGUFWriter w;
-    declare(w);
+    if (declared == std::string("u32")) w.alignment = 256, w.addU32("general.alignment", 256);
+    if (declared == std::string("f32")) w.addF32("general.alignment", 64);
     w.addTensor("v", {4}, GGMLType::f32, f32Bytes({1, 2, 3, 4}));
-    return written(w, name);
-  };
-  GGUFFile plain(tensorFile("plain.gguf", [](GGUFWriter&) {}));
-  EXPECT_EQ(plain.dataStart % 32, 0);
-  EXPECT_EQ(plain.vector("v"), (std::vector<float>{1, 2, 3, 4}));
-
-  GGUFFile wide(tensorFile("wide.gguf", [](GGUFWriter& w) {
-    w.alignment = 256;
-    w.addU32("general.alignment", 256);
-  }));
-  EXPECT_EQ(wide.dataStart % 256, 0);
-  EXPECT_EQ(wide.vector("v"), (std::vector<float>{1, 2, 3, 4}));
-
-  // A float alignment is not an integer, so the default of 32 applies.
-  GGUFFile floating(tensorFile("float.gguf", [](GGUFWriter& w) { w.addF32("general.alignment", 64); }));
-  EXPECT_EQ(floating.dataStart % 32, 0);
-  EXPECT_EQ(floating.vector("v"), (std::vector<float>{1, 2, 3, 4}));
+    GGUFFile f(written(w, declared + std::string(".gguf")));
+    EXPECT_EQ(f.dataStart % w.alignment, 0);
+    EXPECT_EQ(f.vector("v"), (std::vector<float>{1, 2, 3, 4}));
+  }
 
   // A header that ends at the end of the file leaves no room for data.
   GGUFWriter w;

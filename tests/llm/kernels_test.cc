@@ -316,17 +316,14 @@ TEST(GatedActivation, EveryKernelSetAgreesWithTheFormula) {
 }
 
 TEST(QuantizedProduct, BatchedJobsMatchSeparateProducts) {
-  Fixture a(GGMLType::q4K, 2, 40, 256, 1), b(GGMLType::f16, 2, 24, 256, 2), c(GGMLType::q8_0, 2, 8, 256, 3);
-  std::vector<float> ya(80), yb(48), yc(16);
-  const MatmulJob jobs[] = {{a.x.data(), &a.m, ya.data()}, {a.x.data(), &b.m, yb.data()}, {a.x.data(), &c.m, yc.data()}};
+  const Fixture f[] = {{GGMLType::q4K, 2, 40, 256, 1}, {GGMLType::f16, 2, 24, 256, 2}, {GGMLType::q8_0, 2, 8, 256, 3}};
+  std::vector<std::vector<float>> batched, separate;
+  std::vector<MatmulJob> jobs;
+  for (const Fixture& one : f) batched.emplace_back(2 * one.m.rows), separate.emplace_back(2 * one.m.rows);
+  for (size_t i = 0; i < 3; ++i) jobs.push_back({f[0].x.data(), &f[i].m, batched[i].data()});
   matmulAll(jobs, 2);
-  std::vector<float> ea(80), eb(48), ec(16);
-  matmul(a.x.data(), 2, a.m, ea.data());
-  matmul(a.x.data(), 2, b.m, eb.data());
-  matmul(a.x.data(), 2, c.m, ec.data());
-  EXPECT_EQ(ya, ea);
-  EXPECT_EQ(yb, eb);
-  EXPECT_EQ(yc, ec);
+  for (size_t i = 0; i < 3; ++i) matmul(f[0].x.data(), 2, f[i].m, separate[i].data());
+  EXPECT_EQ(batched, separate);
 }
 
 }  // namespace

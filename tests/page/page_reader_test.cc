@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <climits>
+#include <tuple>
 
 #include "backends/memory/backend.h"
 #include "page/page_snapshot.h"
@@ -32,12 +33,6 @@ std::vector<L> read(const std::vector<PageElement>& elements) {
 
 PageElement staticText(std::string value) { return PageElement{.role = "AXStaticText", .value = std::move(value)}; }
 
-TEST(PageReaderLines, EmptyPage) {
-  EXPECT_TRUE(PageReader::lines({}).empty());
-  EXPECT_TRUE(PageReader::chunks({}, 900).empty());
-  EXPECT_EQ(PageSnapshot{}.text(), "");
-}
-
 TEST(PageReaderLines, TextRunsAndInlineLinksOfOneParagraphMergeIntoOneLine) {
   ElementList page;
   int p = page.add({.role = "AXGroup"});
@@ -66,22 +61,21 @@ TEST(PageReaderLines, TextFallsBackToTitleThenDescriptionAndListItemsAreItems) {
   EXPECT_EQ(read(page), (std::vector<L>{{"from title", Kind::item}, {"from desc", Kind::item}}));
 }
 
-TEST(PageReaderLines, ControlsEndTheParagraph) {
+TEST(PageReaderLines, ControlsEndTheParagraphAndSoDoLinksOnTheirOwn) {
   ElementList page;
   int p = page.add({.role = "AXGroup"});
   page.add(staticText("Before"), p);
   page.add({.role = "AXButton", .title = "Go"}, p);
   page.add(staticText("After"), p);
   EXPECT_EQ(read(page), (std::vector<L>{{"Before", Kind::text}, {"Go", Kind::button}, {"After", Kind::text}}));
-}
 
-TEST(PageReaderLines, ALinkOnItsOwnLineIsFollowedByANewLine) {
-  ElementList page;
-  int p = page.add({.role = "AXGroup"});
-  page.add({.role = "AXLink", .title = "Home"}, p);
-  page.add(staticText("Welcome"), p);
-  page.add({.role = "AXLink", .title = "About"}, p);  // merges into the paragraph before it
-  EXPECT_EQ(read(page), (std::vector<L>{{"Home", Kind::link}, {"Welcome About", Kind::text}}));
+  // A link on its own line is followed by a new line; one after text merges into the paragraph.
+  ElementList links;
+  int q = links.add({.role = "AXGroup"});
+  links.add({.role = "AXLink", .title = "Home"}, q);
+  links.add(staticText("Welcome"), q);
+  links.add({.role = "AXLink", .title = "About"}, q);
+  EXPECT_EQ(read(links), (std::vector<L>{{"Home", Kind::link}, {"Welcome About", Kind::text}}));
 }
 
 TEST(PageReaderLines, RepeatedShortLinksAndRepeatedButtonsAppearOnce) {
@@ -174,26 +168,27 @@ TEST(PageReaderLines, InvisibleElementsAndOtherRolesGiveNoLine) {
   page.add({.role = "AXButton", .title = "Shown", .frame = Rect{0, 0, 10, 10}});
   page.add({.role = "AXGroup", .title = "A group"});
   page.add({.role = "AXWebArea", .title = "Page"});
-  std::vector<PageLine> lines = PageReader::lines(page);
-  ASSERT_EQ(lines.size(), 2u);
-  EXPECT_EQ(lines[0].text, "No frame");
-  EXPECT_EQ(lines[0].elementID, 1);
-  EXPECT_EQ(lines[1].elementID, 2);
+  std::vector<std::pair<std::string, int>> lines;
+  for (const PageLine& l : PageReader::lines(page)) lines.emplace_back(l.text, l.elementID);
+  EXPECT_EQ(lines, (std::vector<std::pair<std::string, int>>{{"No frame", 1}, {"Shown", 2}}));
 }
 
 PageLine line(std::string text, Kind kind = Kind::text, int id = 0) { return PageLine{std::move(text), id, kind, 0}; }
 
+// Chunks as {heading, text, first element}, to compare whole.
+using C = std::tuple<std::string, std::string, int>;
+std::vector<C> chunked(const std::vector<PageLine>& lines, int limit) {
+  std::vector<C> out;
+  for (const auto& c : PageReader::chunks(lines, limit)) out.emplace_back(c.heading, c.text, c.elementID);
+  return out;
+}
+
 TEST(PageReaderChunks, ALongSectionSplitsUnderItsHeading) {
   std::vector<PageLine> lines = {line("Ten chars!", Kind::heading, 1), line(std::string(500, 'a'), Kind::text, 2),
                                  line(std::string(500, 'b'), Kind::text, 3), line(std::string(500, 'c'), Kind::text, 4)};
-  auto chunks = PageReader::chunks(lines, 900);
-  ASSERT_EQ(chunks.size(), 3u);
-  EXPECT_EQ(chunks[0].text, "Ten chars!\n" + std::string(500, 'a'));
-  EXPECT_EQ(chunks[0].elementID, 1);
-  EXPECT_EQ(chunks[1].text, std::string(500, 'b'));
-  EXPECT_EQ(chunks[1].elementID, 3);
-  EXPECT_EQ(chunks[2].elementID, 4);
-  for (const auto& c : chunks) EXPECT_EQ(c.heading, "Ten chars!");
+  EXPECT_EQ(chunked(lines, 900), (std::vector<C>{{"Ten chars!", "Ten chars!\n" + std::string(500, 'a'), 1},
+                                                {"Ten chars!", std::string(500, 'b'), 3},
+                                                {"Ten chars!", std::string(500, 'c'), 4}}));
 }
 
 TEST(PageReaderChunks, HeadingsOpenChunksAndSizesCountCharacters) {
@@ -202,29 +197,24 @@ TEST(PageReaderChunks, HeadingsOpenChunksAndSizesCountCharacters) {
                                  line("Empty", Kind::heading, 4), line("Last", Kind::heading, 5),
                                  line(std::string(20, 'z'), Kind::text, 6)};
   // "Head" + "ééé" is 7 characters (10 bytes) and fits in 9; "xyz" would make 10.
-  auto chunks = PageReader::chunks(lines, 9);
-  ASSERT_EQ(chunks.size(), 6u);
-  EXPECT_EQ(chunks[0].heading, "");
-  EXPECT_EQ(chunks[0].text, "intro");
-  EXPECT_EQ(chunks[1].text, "Head\nééé");
-  EXPECT_EQ(chunks[2].text, "xyz");
-  EXPECT_EQ(chunks[2].heading, "Head");
-  EXPECT_EQ(chunks[2].elementID, 3);
-  EXPECT_EQ(chunks[3].text, "Empty");  // a heading alone is a chunk
-  EXPECT_EQ(chunks[4].text, "Last");   // the long line that follows does not fit beside it…
-  EXPECT_EQ(chunks[5].text, std::string(20, 'z'));  // …and is never split, even past the limit
-  EXPECT_EQ(chunks[5].heading, "Last");
-  EXPECT_EQ(chunks[5].elementID, 6);
+  // A heading alone is a chunk; the long line after "Last" does not fit beside it, and is never
+  // split, even past the limit.
+  EXPECT_EQ(chunked(lines, 9), (std::vector<C>{{"", "intro", 0},
+                                              {"Head", "Head\nééé", 1},
+                                              {"Head", "xyz", 3},
+                                              {"Empty", "Empty", 4},
+                                              {"Last", "Last", 5},
+                                              {"Last", std::string(20, 'z'), 6}}));
 }
 
-TEST(PageReaderChunks, BlankBuffersAreNotChunks) {
+TEST(PageReaderChunks, EmptyPagesAndBlankBuffersAreNotChunks) {
+  EXPECT_TRUE(PageReader::lines({}).empty());
+  EXPECT_TRUE(PageReader::chunks({}, 900).empty());
+  EXPECT_EQ(PageSnapshot{}.text(), "");
   // Non-breaking and em spaces are white space too.
   std::vector<PageLine> lines = {line(" ", Kind::text, 0), line("\u00A0\u2003", Kind::text, 1),
                                  line("Head", Kind::heading, 2), line("\u00A0é", Kind::text, 3)};
-  auto chunks = PageReader::chunks(lines, 900);
-  ASSERT_EQ(chunks.size(), 1u);
-  EXPECT_EQ(chunks[0].heading, "Head");
-  EXPECT_EQ(chunks[0].text, "Head\n\u00A0é");
+  EXPECT_EQ(chunked(lines, 900), (std::vector<C>{{"Head", "Head\n\u00A0é", 2}}));
 }
 
 TEST(PageSnapshotText, RendersEachKindAndTrimsTheEnds) {
@@ -242,11 +232,9 @@ TEST(PageSnapshotSectionTitle, TheLastHeadingAtOrBeforeTheElement) {
   PageSnapshot s;
   s.lines = {line("intro", Kind::text, 1), line("First", Kind::heading, 3), line("a", Kind::text, 4),
              line("Second", Kind::heading, 8), line("b", Kind::text, 9)};
-  EXPECT_FALSE(s.sectionTitle(2));
-  EXPECT_EQ(s.sectionTitle(3), "First");
-  EXPECT_EQ(s.sectionTitle(7), "First");
-  EXPECT_EQ(s.sectionTitle(8), "Second");
-  EXPECT_EQ(s.sectionTitle(100), "Second");
+  std::vector<std::optional<std::string>> titles;
+  for (int id : {2, 3, 7, 8, 100}) titles.push_back(s.sectionTitle(id));
+  EXPECT_EQ(titles, (std::vector<std::optional<std::string>>{std::nullopt, "First", "First", "Second", "Second"}));
 }
 
 }  // namespace

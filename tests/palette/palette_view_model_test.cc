@@ -108,7 +108,7 @@ class Palette : public ::testing::Test {
   std::atomic<bool> held = false;
 };
 
-TEST_F(Palette, BlankOrBrowserlessSubmissionsStartNothing) {
+TEST_F(Palette, BlankOrBrowserlessSubmissionsStartNothingAndRefreshRereadsTheContext) {
   open();
   vm->input = "  \n\t";
   vm->submit();
@@ -124,6 +124,15 @@ TEST_F(Palette, BlankOrBrowserlessSubmissionsStartNothing) {
   EXPECT_EQ(r->body, "Open Safari, Chrome, Firefox, Arc, Brave or Edge, then press the hotkey again.");
   EXPECT_FALSE(vm->target());
   EXPECT_EQ(vm->engine(), nullptr);
+
+  // Refreshing reads trust and the front browser again.
+  open();
+  EXPECT_TRUE(vm->trusted());
+  ASSERT_TRUE(vm->target());
+  EXPECT_EQ(vm->target()->browserName(), "Safari");
+  backend->setTrusted(false);
+  vm->refreshContext();
+  EXPECT_FALSE(vm->trusted());
 }
 
 TEST_F(Palette, ACommandTheRulesKnowShowsItsTitleWhileItRuns) {
@@ -139,27 +148,31 @@ TEST_F(Palette, ACommandTheRulesKnowShowsItsTitleWhileItRuns) {
   auto first = vm->engine();
   run("Read page");
   EXPECT_NE(vm->engine(), first);
-}
 
-TEST_F(Palette, UnknownCommandsShowUnderstandingThenTheFallback) {
-  open();
+  // A command the rules don't know shows "Understanding…", then the fallback's title.
   run("organic cotton shirts anywhere");
   EXPECT_TRUE(showed("working: Understanding\u2026"));
   EXPECT_TRUE(showed("working: Find \u201corganic cotton shirts anywhere\u201d"));
 }
 
-TEST_F(Palette, TheModelIsAskedOnlyWhenTheRulesFail) {
+TEST_F(Palette, TheModelIsAskedOnlyWhenTheRulesFailAndNeverForAPreview) {
   StandInModel model({"scroll_down||0||"});
   open(shop(), &model);
+  vm->input = "  scroll down ";
+  EXPECT_EQ(vm->preview(), "Scroll down");
+  for (const char* unknown : {"show me more of this", "   "}) {
+    vm->input = unknown;
+    EXPECT_FALSE(vm->preview()) << unknown;
+  }
   run("Read page");
   EXPECT_TRUE(model.requests().empty());
   shown.clear();
   run("show me more of this");
   ASSERT_EQ(model.requests().size(), 1u);
   EXPECT_EQ(model.requests()[0].user, "show me more of this");
-  EXPECT_EQ(shown[0], "working: Reading Safari\u2026");
-  EXPECT_EQ(shown[1], "working: Understanding\u2026");
-  EXPECT_EQ(shown[2], "working: Scroll down");
+  EXPECT_EQ(std::vector(shown.begin(), shown.begin() + std::min<size_t>(3, shown.size())),
+            (std::vector<std::string>{"working: Reading Safari\u2026", "working: Understanding\u2026",
+                                      "working: Scroll down"}));
   EXPECT_TRUE(std::holds_alternative<ActionResult>(vm->phase()));
 }
 
@@ -336,18 +349,6 @@ TEST_F(Palette, RevealBringsAFoundItemIntoView) {
   EXPECT_TRUE(backend->highlighted());
 }
 
-TEST_F(Palette, PreviewUsesTheRulesOnly) {
-  StandInModel model({"scroll_down||0||"});
-  open(shop(), &model);
-  vm->input = "  scroll down ";
-  EXPECT_EQ(vm->preview(), "Scroll down");
-  vm->input = "show me more of this";
-  EXPECT_FALSE(vm->preview());
-  vm->input = "   ";
-  EXPECT_FALSE(vm->preview());
-  EXPECT_TRUE(model.requests().empty());
-}
-
 TEST_F(Palette, SuggestionsFillTheFieldOrRunAtOnce) {
   open();
   auto suggestions = vm->suggestions();
@@ -362,16 +363,6 @@ TEST_F(Palette, SuggestionsFillTheFieldOrRunAtOnce) {
   vm->use(suggestions[0]);  // "Read page"
   settle();
   EXPECT_TRUE(showed("working: Read page"));
-}
-
-TEST_F(Palette, RefreshReadsTrustAndTheFrontBrowser) {
-  open();
-  EXPECT_TRUE(vm->trusted());
-  ASSERT_TRUE(vm->target());
-  EXPECT_EQ(vm->target()->browserName(), "Safari");
-  backend->setTrusted(false);
-  vm->refreshContext();
-  EXPECT_FALSE(vm->trusted());
 }
 
 }  // namespace
