@@ -53,7 +53,9 @@ TEST(GGUFFile, OpeningFailuresHaveTheirMessages) {
   ::mkdir(dir.c_str(), 0700);
   struct stat st;
   ASSERT_EQ(::stat(dir.c_str(), &st), 0);
-  if (st.st_size >= 1025) EXPECT_EQ(messageOf(dir), "Can't map model file");
+  if (st.st_size >= 1025) {
+    EXPECT_EQ(messageOf(dir), "Can't map model file");
+  }
 
   writeBytes(scratchPath("zeros.gguf"), std::vector<uint8_t>(2000, 0));
   EXPECT_EQ(messageOf(scratchPath("zeros.gguf")), "Not a GGUF file");
