@@ -114,48 +114,94 @@ inline __m256 q4KMins(__m256i scalesMins, __m128 dd) {
   return _mm256_mul_ps(_mm256_broadcastss_ps(_mm_shuffle_ps(dd, dd, 0x55)), _mm256_cvtepi32_ps(mins));
 }
 
+// One block's integer sums against one activation row, scaled run by run: the products of runs
+// 2p and 2p + 1 (each 16 bits wide, at most 2 × 15 × 127) have their two lanes added, which gives
+// run 2p in the low lane and run 2p + 1 in the high one, and one madd with `pairScales` (scales
+// 2p in the low lane's word p, 2p + 1 in the high lane's) widens and scales both.
+inline __m256i q4KBlockSums(const uint8_t* blk, const int8_t* q8, __m256i pairScales) {
+  const __m256i low4 = _mm256_set1_epi8(0x0F);
+  __m256i sum0 = _mm256_setzero_si256(), sum1 = _mm256_setzero_si256();
+#pragma GCC unroll 4
+  for (int p = 0; p < 4; ++p) {
+    const __m256i q = load(blk + 16 + 32 * p);
+    const __m256i lo = _mm256_maddubs_epi16(_mm256_and_si256(q, low4), load(q8 + 64 * p));
+    const __m256i hi = _mm256_maddubs_epi16(_mm256_and_si256(_mm256_srli_epi16(q, 4), low4), load(q8 + 64 * p + 32));
+    const __m256i runs = _mm256_add_epi16(_mm256_permute2x128_si256(lo, hi, 0x20), _mm256_permute2x128_si256(lo, hi, 0x31));
+    const __m256i scaled = _mm256_madd_epi16(runs, _mm256_shuffle_epi8(pairScales, wordBroadcast(p)));
+    if (p % 2 == 0) {
+      sum0 = _mm256_add_epi32(sum0, scaled);
+    } else {
+      sum1 = _mm256_add_epi32(sum1, scaled);
+    }
+  }
+  return _mm256_add_epi32(sum0, sum1);
+}
+
+// The scales and minimums of blocks b and b + 1 (at blk and blk + 144), one block a lane, each
+// as q4KScalesMins8 gives them.
+inline __m256i q4KScalesMinsPair(const uint8_t* blk) {
+  const __m256i v = _mm256_inserti128_si256(_mm256_castsi128_si256(load128(blk + 4)), load128(blk + 148), 1);
+  const __m256i low = _mm256_shuffle_epi8(v, _mm256_setr_epi8(0, 1, 2, 3, 8, 9, 10, 11, 4, 5, 6, 7, 8, 9, 10, 11, 0, 1, 2,
+                                                               3, 8, 9, 10, 11, 4, 5, 6, 7, 8, 9, 10, 11));
+  const __m256i top = _mm256_shuffle_epi8(v, _mm256_setr_epi8(-1, -1, -1, -1, 0, 1, 2, 3, -1, -1, -1, -1, 4, 5, 6, 7, -1,
+                                                               -1, -1, -1, 0, 1, 2, 3, -1, -1, -1, -1, 4, 5, 6, 7));
+  const __m256i nibbles = _mm256_blend_epi32(low, _mm256_srli_epi16(low, 4), 0x88);
+  const __m256i keep = _mm256_setr_epi8(63, 63, 63, 63, 15, 15, 15, 15, 63, 63, 63, 63, 15, 15, 15, 15, 63, 63, 63, 63, 15,
+                                        15, 15, 15, 63, 63, 63, 63, 15, 15, 15, 15);
+  return _mm256_or_si256(_mm256_and_si256(nibbles, keep), _mm256_and_si256(_mm256_srli_epi16(top, 2), _mm256_set1_epi8(0x30)));
+}
+
 // One token is bound by how few instructions each block takes, so the one-row kernel spends as
-// few as it can on the scales: the products of runs 2p and 2p + 1 (each 16 bits wide, at most
-// 2 × 15 × 127) have their two lanes added, which gives run 2p in the low lane and run 2p + 1 in
-// the high one, and one madd with both scales widens and scales them. The minimums' share is an
-// integer madd with the activation's sums of 16, each minimum repeated for its two runs.
+// few as it can outside the products: blocks go in pairs, so that unpacking their scales and
+// minimums, spreading the scales over words and turning the block factors into floats each take
+// one instruction sequence for both. The minimums' share is an integer madd of the minimums with
+// the activation's sums of 32.
 void dotQ4KOne(const uint8_t* w, const QuantizedRows& x, int t, float* out) {
   const int64_t nb = x.cols / 256;
   const int8_t* q8 = x.rowQ(t);
   const float* xd = x.rowD(t);
-  const int16_t* xs = x.rowSums(t);
-  const __m256i low4 = _mm256_set1_epi8(0x0F);
-  const __m128i evenOdd = _mm_setr_epi8(0, 1, 4, 5, 8, 9, 12, 13, 2, 3, 6, 7, 10, 11, 14, 15);
-  const __m256i eachTwice =
-      _mm256_setr_epi8(0, 1, 0, 1, 2, 3, 2, 3, 4, 5, 4, 5, 6, 7, 6, 7, 8, 9, 8, 9, 10, 11, 10, 11, 12, 13, 12, 13, 14, 15, 14, 15);
+  const int16_t* pairSums = x.rowPairSums(t);
+  // Bytes to 16-bit words, per lane: the even scales, the odd scales (each set twice, so that a
+  // word broadcast within a lane finds it), and the minimums.
+  const __m256i evens = _mm256_setr_epi8(0, -1, 2, -1, 4, -1, 6, -1, 0, -1, 2, -1, 4, -1, 6, -1, 0, -1, 2, -1, 4, -1, 6, -1,
+                                         0, -1, 2, -1, 4, -1, 6, -1);
+  const __m256i odds = _mm256_setr_epi8(1, -1, 3, -1, 5, -1, 7, -1, 1, -1, 3, -1, 5, -1, 7, -1, 1, -1, 3, -1, 5, -1, 7, -1,
+                                        1, -1, 3, -1, 5, -1, 7, -1);
+  const __m256i minWords = _mm256_setr_epi8(8, -1, 9, -1, 10, -1, 11, -1, 12, -1, 13, -1, 14, -1, 15, -1, 8, -1, 9, -1, 10,
+                                            -1, 11, -1, 12, -1, 13, -1, 14, -1, 15, -1);
+  const __m256i minFactors = _mm256_setr_epi32(1, 1, 1, 1, 3, 3, 3, 3);
   __m256 acc = _mm256_setzero_ps(), accMin = _mm256_setzero_ps();
-  for (int64_t b = 0; b < nb; ++b, w += 144, q8 += 256) {
-    prefetchAhead<3>(w);
-    const __m256i sm = q4KScalesMins16(w);
-    // Even scales in the low lane, odd ones in the high lane.
-    const __m128i eo = _mm_shuffle_epi8(_mm256_castsi256_si128(sm), evenOdd);
-    const __m256i pairScales = _mm256_inserti128_si256(_mm256_castsi128_si256(_mm_unpacklo_epi64(eo, eo)),
-                                                       _mm_unpackhi_epi64(eo, eo), 1);
-    __m256i sum0 = _mm256_setzero_si256(), sum1 = _mm256_setzero_si256();
-    for (int p = 0; p < 4; ++p) {
-      const __m256i q = load(w + 16 + 32 * p);
-      const __m256i lo = _mm256_maddubs_epi16(_mm256_and_si256(q, low4), load(q8 + 64 * p));
-      const __m256i hi = _mm256_maddubs_epi16(_mm256_and_si256(_mm256_srli_epi16(q, 4), low4), load(q8 + 64 * p + 32));
-      const __m256i runs = _mm256_add_epi16(_mm256_permute2x128_si256(lo, hi, 0x20), _mm256_permute2x128_si256(lo, hi, 0x31));
-      const __m256i scaled = _mm256_madd_epi16(runs, _mm256_shuffle_epi8(pairScales, wordBroadcast(p)));
-      if (p % 2 == 0) {
-        sum0 = _mm256_add_epi32(sum0, scaled);
-      } else {
-        sum1 = _mm256_add_epi32(sum1, scaled);
-      }
-    }
-    const __m256i mins = _mm256_shuffle_epi8(_mm256_permute2x128_si256(sm, sm, 0x11), eachTwice);
-    const __m256i minSums = _mm256_madd_epi16(mins, load(xs + 16 * b));
-    const __m128 dd = twoHalves(w);
-    const __m256 xdb = _mm256_broadcast_ss(xd + b);
-    acc = _mm256_fmadd_ps(_mm256_mul_ps(_mm256_broadcastss_ps(dd), xdb), _mm256_cvtepi32_ps(_mm256_add_epi32(sum0, sum1)), acc);
-    accMin = _mm256_fmadd_ps(_mm256_mul_ps(_mm256_broadcastss_ps(_mm_movehdup_ps(dd)), xdb), _mm256_cvtepi32_ps(minSums),
+  int64_t b = 0;
+  for (; b + 2 <= nb; b += 2, w += 288, q8 += 512) {
+    prefetchAhead<5>(w);
+    const __m256i sm = q4KScalesMinsPair(w);
+    const __m256i even = _mm256_shuffle_epi8(sm, evens), odd = _mm256_shuffle_epi8(sm, odds);
+    const __m256i sums0 = q4KBlockSums(w, q8, _mm256_permute2x128_si256(even, odd, 0x20));
+    const __m256i sums1 = q4KBlockSums(w + 144, q8 + 256, _mm256_permute2x128_si256(even, odd, 0x31));
+    // Four sums a block, each two minimums times their runs' activation sums.
+    const __m256i minSums = _mm256_madd_epi16(_mm256_shuffle_epi8(sm, minWords), load(pairSums + 8 * b));
+    // d, dmin of block b, then of block b + 1, times the activation's block factors.
+    uint32_t h0, h1;
+    std::memcpy(&h0, w, 4);
+    std::memcpy(&h1, w + 144, 4);
+    const __m128 halves = _mm_cvtph_ps(_mm_unpacklo_epi32(_mm_cvtsi32_si128(static_cast<int>(h0)), _mm_cvtsi32_si128(static_cast<int>(h1))));
+    const __m128 xd2 = _mm_castpd_ps(_mm_load1_pd(reinterpret_cast<const double*>(xd + b)));
+    const __m128 f = _mm_mul_ps(halves, _mm_unpacklo_ps(xd2, xd2));
+    acc = _mm256_fmadd_ps(_mm256_cvtepi32_ps(sums0), _mm256_broadcastss_ps(f), acc);
+    acc = _mm256_fmadd_ps(_mm256_cvtepi32_ps(sums1), _mm256_broadcastss_ps(_mm_movehl_ps(f, f)), acc);
+    accMin = _mm256_fmadd_ps(_mm256_cvtepi32_ps(minSums), _mm256_permutevar8x32_ps(_mm256_castps128_ps256(f), minFactors),
                              accMin);
+  }
+  if (b < nb) {  // an odd block count leaves one
+    const __m256i sm = _mm256_castsi128_si256(q4KScalesMins8(w));
+    const __m256i even = _mm256_shuffle_epi8(sm, evens), odd = _mm256_shuffle_epi8(sm, odds);
+    const __m256i sums = q4KBlockSums(w, q8, _mm256_permute2x128_si256(even, odd, 0x20));
+    const __m128i minSums = _mm_madd_epi16(_mm256_castsi256_si128(_mm256_shuffle_epi8(sm, minWords)), load128(pairSums + 8 * b));
+    const __m128 dd = twoHalves(w);
+    const __m128 f = _mm_mul_ps(dd, _mm_set1_ps(xd[b]));
+    acc = _mm256_fmadd_ps(_mm256_cvtepi32_ps(sums), _mm256_broadcastss_ps(f), acc);
+    accMin = _mm256_fmadd_ps(_mm256_set_m128(_mm_setzero_ps(), _mm_cvtepi32_ps(minSums)),
+                             _mm256_set1_ps(_mm_cvtss_f32(_mm_movehdup_ps(f))), accMin);
   }
   *out = hsum(_mm256_sub_ps(acc, accMin));
 }

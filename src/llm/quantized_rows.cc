@@ -13,6 +13,7 @@ void quantizeRows(const float* x, int n, int64_t cols, int blockLen, QuantizedRo
   out.d.resize(static_cast<size_t>(n * blocks));
   out.sums.resize(blockLen == 256 ? static_cast<size_t>(n * (cols / 16)) : 0);
   out.scaledSums.resize(blockLen == 256 ? static_cast<size_t>(n * (cols / 32)) : 0);
+  out.pairSums.resize(blockLen == 256 ? static_cast<size_t>(n * (cols / 32)) : 0);
   for (int t = 0; t < n; ++t) {
     for (int64_t b = 0; b < blocks; ++b) {
       const float* src = x + t * cols + b * blockLen;
@@ -35,7 +36,11 @@ void quantizeRows(const float* x, int n, int64_t cols, int blockLen, QuantizedRo
           s[g] = static_cast<int16_t>(sum);
         }
         float* scaled = out.scaledSums.data() + t * (cols / 32) + b * 8;
-        for (int g = 0; g < 8; ++g) scaled[g] = d * static_cast<float>(s[2 * g] + s[2 * g + 1]);
+        int16_t* pairs = out.pairSums.data() + t * (cols / 32) + b * 8;
+        for (int g = 0; g < 8; ++g) {
+          pairs[g] = static_cast<int16_t>(s[2 * g] + s[2 * g + 1]);
+          scaled[g] = d * static_cast<float>(pairs[g]);
+        }
       }
     }
   }

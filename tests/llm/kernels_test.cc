@@ -232,9 +232,10 @@ std::vector<DotKernels> kernelSetsOnThisCPU() {
 TEST(QuantizedProduct, AgreesWithTheBandPathForEveryKernelSet) {
   for (uint32_t type : {GGMLType::q8_0, GGMLType::q4K, GGMLType::q6K}) {
     // One token (its own kernels), part of a tile of eight, and a full tile with a remainder;
-    // 1024 columns, so several blocks per row.
+    // 1280 columns, so several blocks per row and an odd count of 256-blocks (the one-token
+    // kernels take blocks in pairs).
     for (int n : {1, 3, 11}) {
-      Fixture f(type, n, 70, 1024, 11 * n + type);
+      Fixture f(type, n, 70, 1280, 11 * n + type);
       std::vector<float> band(n * 70);
       matmulBands(f.x.data(), n, f.m, band.data());
       std::vector<float> reference;
