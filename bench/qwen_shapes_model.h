@@ -66,7 +66,7 @@ inline testing::RandomModel qwenShapes() {
 inline const std::string& qwenShapesModelPath() {
   static const std::string path = [] {
     namespace fs = std::filesystem;
-    const fs::path p = fs::temp_directory_path() / "skimlet-bench-qwen2.5-1.5b-shapes-q4km-words.gguf";
+    const fs::path p = fs::temp_directory_path() / "skimlet-bench-qwen2.5-1.5b-shapes-q4km-words2.gguf";
     if (!fs::exists(p)) {
       std::fprintf(stderr, "Writing a random model of Qwen2.5 1.5B shapes to %s ...\n", p.c_str());
       // Written aside and renamed, so an interrupted run never leaves half a model to reuse.

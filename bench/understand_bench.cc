@@ -57,12 +57,23 @@ void BM_ParseIntent(benchmark::State& state) {
   LocalAI ai(&capped, nullptr);
   ai.parseIntent("please press the button that starts the checkout");  // loads, caches the system text
   size_t next = 0;
-  int generated = 0;
+  int generated = 0, promptTokens = 0;
+  double promptSeconds = 0, decodeSeconds = 0;
   for (auto _ : state) {
     benchmark::DoNotOptimize(ai.parseIntent(kCommands[next++ % kCommands.size()]));
-    if (auto s = runtime().lastRun()) generated += s->generatedTokens;
+    if (auto s = runtime().lastRun()) {
+      generated += s->generatedTokens;
+      promptTokens += s->promptTokens - s->reusedTokens;
+      promptSeconds += s->promptSeconds;
+      decodeSeconds += s->generationSeconds;
+    }
   }
-  state.counters["new tokens/call"] = static_cast<double>(generated) / static_cast<double>(state.iterations());
+  const double calls = static_cast<double>(state.iterations());
+  state.counters["new tokens/call"] = static_cast<double>(generated) / calls;
+  // Where the time goes: the command's own prompt tokens, then the decode steps.
+  state.counters["command tokens"] = static_cast<double>(promptTokens) / calls;
+  state.counters["prompt ms"] = 1000 * promptSeconds / calls;
+  state.counters["decode ms"] = 1000 * decodeSeconds / calls;
   if (auto s = runtime().lastRun()) state.counters["reused tokens"] = s->reusedTokens;
 }
 

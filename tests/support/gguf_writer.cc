@@ -262,28 +262,40 @@ std::string byteSymbol(int b) {
 
 std::vector<std::string> randomModelMerges(const std::vector<std::string>& words) {
   const std::string sp = byteSymbol(' '), nl = byteSymbol('\n');
-  // Each word is built one character at a time from its start, as a trained vocabulary's merges
-  // build frequent words. The chains after a space come first, so that a pair inside a word never
-  // merges ahead of the chain that makes the whole word.
-  std::vector<std::string> merges;
-  std::set<std::string> seen;
-  auto chain = [&](std::string prefix, const std::string& rest) {
-    for (char c : rest) {
-      std::string rule = prefix + " " + byteSymbol(static_cast<unsigned char>(c));
-      if (seen.insert(rule).second) merges.push_back(rule);
-      prefix += byteSymbol(static_cast<unsigned char>(c));
+  // A few words the tests use, and the chat roles, whole, as a trained vocabulary has them.
+  std::vector<std::string> merges = {"h e", "l l", "he ll", "hell o", sp + " w", "o r", sp + "w or", "l d",
+                                     sp + "wor ld", "s y", "s t", "e m", "sy st", "syst em", "u s", "e r",
+                                     "us er", "a s", "i s", "as s", "ass is", "a n", "t a", "n t", "assis t",
+                                     "assist an", "assistan t", sp + " t", sp + "t he", "t h", "th e", sp + " a",
+                                     nl + " " + nl};
+  std::map<std::string, size_t> rank;
+  for (size_t i = 0; i < merges.size(); ++i) rank.emplace(merges[i], i);
+  // Each word becomes one token: the merges so far split it into pieces, as the tokenizer will,
+  // and new merges, ranked after them, join the pieces from the left. Words after a space come
+  // first, as they are the more frequent in running text.
+  auto makeWhole = [&](const std::string& word) {
+    std::vector<std::string> pieces;
+    for (unsigned char c : word) pieces.push_back(byteSymbol(c));
+    for (;;) {
+      size_t best = SIZE_MAX, at = 0;
+      for (size_t i = 0; i + 1 < pieces.size(); ++i)
+        if (auto r = rank.find(pieces[i] + " " + pieces[i + 1]); r != rank.end() && r->second < best) {
+          best = r->second;
+          at = i;
+        }
+      if (best == SIZE_MAX) break;
+      pieces[at] += pieces[at + 1];
+      pieces.erase(pieces.begin() + static_cast<std::ptrdiff_t>(at) + 1);
+    }
+    for (size_t i = 1; i < pieces.size(); ++i) {
+      std::string rule = pieces[0] + " " + pieces[i];
+      if (rank.emplace(rule, merges.size()).second) merges.push_back(rule);
+      pieces[0] += pieces[i];
     }
   };
-  for (const std::string& w : words) chain(sp, w);
-  for (const std::string& w : words)
-    if (!w.empty()) chain(byteSymbol(static_cast<unsigned char>(w[0])), w.substr(1));
-  const std::vector<std::string> fixed = {"h e", "l l", "he ll", "hell o", sp + " w", "o r", sp + "w or", "l d",
-                                         sp + "wor ld", "s y", "s t", "e m", "sy st", "syst em", "u s", "e r",
-                                         "us er", "a s", "i s", "as s", "ass is", "a n", "t a", "n t", "assis t",
-                                         "assist an", "assistan t", sp + " t", sp + "t he", "t h", "th e", sp + " a",
-                                         nl + " " + nl};
-  for (const std::string& rule : fixed)
-    if (seen.insert(rule).second) merges.push_back(rule);
+  for (const char* role : {"system", "user", "assistant"}) makeWhole(role);
+  for (const std::string& w : words) makeWhole(" " + w);
+  for (const std::string& w : words) makeWhole(w);
   return merges;
 }
 

@@ -90,8 +90,8 @@ struct RandomModel {
   // of quantizing fresh random numbers (fast enough for a full-size model).
   int64_t pooledAbove = 1 << 22;
   std::set<std::string> omit;  // metadata keys or tensor names to leave out
-  // Words that become single tokens, alone and after a space, by merges ranked before the
-  // others: English text then splits into about as many tokens as a real vocabulary makes.
+  // Words that become single tokens, alone and after a space, by merges ranked after the chat
+  // roles' own: English text then splits into about as many tokens as a real vocabulary makes.
   std::vector<std::string> words;
 };
 
