@@ -23,16 +23,6 @@ struct FileCloser {
   ~FileCloser() { ::close(fd); }
 };
 
-// Generation reads every weight once per token, a gigabyte in 4 KiB pages: asking for large
-// pages saves most of the address translations, and asking for the file now lets the kernel read
-// it in ahead of the first request instead of a page fault at a time. Both are only advice.
-void adviseWholeFileUse(void* p, size_t length) {
-#if defined(MADV_HUGEPAGE)
-  ::madvise(p, length, MADV_HUGEPAGE);
-#endif
-  ::madvise(p, length, MADV_WILLNEED);
-}
-
 bool keptList(const std::string& key) { return key == "tokenizer.ggml.tokens" || key == "tokenizer.ggml.merges"; }
 
 }  // namespace
@@ -45,7 +35,11 @@ GGUFFile::GGUFFile(const std::string& path) {
   if (::fstat(fd, &st) != 0 || st.st_size < kMinimumSize) throw GGUFError("Model file is empty");
   void* p = ::mmap(nullptr, static_cast<size_t>(st.st_size), PROT_READ, MAP_PRIVATE, fd, 0);
   if (p == MAP_FAILED) throw GGUFError("Can't map model file");
-  adviseWholeFileUse(p, static_cast<size_t>(st.st_size));
+#if defined(MADV_HUGEPAGE)
+  // Generation reads every weight once a token, a gigabyte in 4 KiB pages unless asked
+  // otherwise: large pages save most of the address translations. Only advice.
+  ::madvise(p, static_cast<size_t>(st.st_size), MADV_HUGEPAGE);
+#endif
   base = static_cast<const uint8_t*>(p);
   size = st.st_size;
   try {
@@ -57,6 +51,11 @@ GGUFFile::GGUFFile(const std::string& path) {
 }
 
 GGUFFile::~GGUFFile() { ::munmap(const_cast<uint8_t*>(base), static_cast<size_t>(size)); }
+
+void GGUFFile::readAhead() const {
+  // Read in the background rather than a page fault at a time during the first request.
+  ::madvise(const_cast<uint8_t*>(base), static_cast<size_t>(size), MADV_WILLNEED);
+}
 
 // Every read goes through here so that a corrupt count or length never leaves the mapping.
 const uint8_t* GGUFFile::take(uint64_t n) {

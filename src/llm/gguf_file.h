@@ -42,6 +42,8 @@ class GGUFFile {
   QMatrix matrix(const std::string& name) const;
   // Any tensor converted in full to floats (norms, biases). Throws GGUFError.
   std::vector<float> vector(const std::string& name) const;
+  // Asks the kernel to read the whole file in now, for a caller about to use every tensor.
+  void readAhead() const;
 
   const uint8_t* base = nullptr;
   int64_t size = 0;

@@ -58,6 +58,7 @@ void rotate(float* row, int heads, int hd, const float* cosines, const float* si
 
 Transformer::Transformer(const std::string& path, int maxContext) : file(std::make_unique<GGUFFile>(path)) {
   load(maxContext);
+  file->readAhead();
 }
 
 Transformer::~Transformer() = default;

@@ -66,7 +66,7 @@ TEST(GGUFFile, VersionTwoAndLaterAreRead) {
     GGUFWriter w;
     w.version = version;
     w.addU32("answer", 42);
-    const std::string path = written(w, "v" + std::to_string(version) + ".gguf");
+    const std::string path = written(w, std::string("v").append(std::to_string(version)).append(".gguf"));
     if (version == 1) {
       EXPECT_EQ(messageOf(path), "Unsupported GGUF version 1");
     } else {
