@@ -90,18 +90,25 @@ void dotQ8_0(const uint8_t* w, const QuantizedRows& x, int t0, int nt, float* ou
   }
 }
 
-// Scales (bytes 0-7) and minimums (8-15) of a Q4_K block, unpacked from their 12 packed bytes
-// (at blk + 4; the 16 bytes read stay inside the block) by two byte shuffles and masks: the first
-// four of each are the low six bits of bytes 0-3 and 4-7, the last four take their low four bits
-// from bytes 8-11 and their top two from the top bits of bytes 0-7.
-inline __m128i q4KScalesMins8(const uint8_t* blk) {
-  const __m128i v = load128(blk + 4);
-  const __m128i low = _mm_shuffle_epi8(v, _mm_setr_epi8(0, 1, 2, 3, 8, 9, 10, 11, 4, 5, 6, 7, 8, 9, 10, 11));
-  const __m128i top = _mm_shuffle_epi8(v, _mm_setr_epi8(-1, -1, -1, -1, 0, 1, 2, 3, -1, -1, -1, -1, 4, 5, 6, 7));
+// Scales (bytes 0-7) and minimums (8-15) of a Q4_K block, unpacked from the 12 packed bytes at
+// the start of each 128-bit lane by two byte shuffles and masks: the first four of each are the
+// low six bits of bytes 0-3 and 4-7, the last four take their low four bits from bytes 8-11 and
+// their top two from the top bits of bytes 0-7. Lane by lane, so one call serves two blocks.
+inline __m256i unpackQ4KScalesMins(__m256i v) {
+  const __m256i low = _mm256_shuffle_epi8(
+      v, _mm256_broadcastsi128_si256(_mm_setr_epi8(0, 1, 2, 3, 8, 9, 10, 11, 4, 5, 6, 7, 8, 9, 10, 11)));
+  const __m256i top = _mm256_shuffle_epi8(
+      v, _mm256_broadcastsi128_si256(_mm_setr_epi8(-1, -1, -1, -1, 0, 1, 2, 3, -1, -1, -1, -1, 4, 5, 6, 7)));
   // The last four minimums are the high nibbles of bytes 8-11.
-  const __m128i nibbles = _mm_blend_epi32(low, _mm_srli_epi16(low, 4), 0x8);
-  const __m128i keep = _mm_setr_epi8(63, 63, 63, 63, 15, 15, 15, 15, 63, 63, 63, 63, 15, 15, 15, 15);
-  return _mm_or_si128(_mm_and_si128(nibbles, keep), _mm_and_si128(_mm_srli_epi16(top, 2), _mm_set1_epi8(0x30)));
+  const __m256i nibbles = _mm256_blend_epi32(low, _mm256_srli_epi16(low, 4), 0x88);
+  const __m256i keep =
+      _mm256_broadcastsi128_si256(_mm_setr_epi8(63, 63, 63, 63, 15, 15, 15, 15, 63, 63, 63, 63, 15, 15, 15, 15));
+  return _mm256_or_si256(_mm256_and_si256(nibbles, keep), _mm256_and_si256(_mm256_srli_epi16(top, 2), _mm256_set1_epi8(0x30)));
+}
+
+// One block's (the 16 bytes read from blk + 4 stay inside it).
+inline __m128i q4KScalesMins8(const uint8_t* blk) {
+  return _mm256_castsi256_si128(unpackQ4KScalesMins(_mm256_castsi128_si256(load128(blk + 4))));
 }
 
 // The same widened to 16 bits: scales in the low lane, minimums in the high one.
@@ -137,18 +144,9 @@ inline __m256i q4KBlockSums(const uint8_t* blk, const int8_t* q8, __m256i pairSc
   return _mm256_add_epi32(sum0, sum1);
 }
 
-// The scales and minimums of blocks b and b + 1 (at blk and blk + 144), one block a lane, each
-// as q4KScalesMins8 gives them.
+// The scales and minimums of blocks b and b + 1 (at blk and blk + 144), one block a lane.
 inline __m256i q4KScalesMinsPair(const uint8_t* blk) {
-  const __m256i v = _mm256_inserti128_si256(_mm256_castsi128_si256(load128(blk + 4)), load128(blk + 148), 1);
-  const __m256i low = _mm256_shuffle_epi8(v, _mm256_setr_epi8(0, 1, 2, 3, 8, 9, 10, 11, 4, 5, 6, 7, 8, 9, 10, 11, 0, 1, 2,
-                                                               3, 8, 9, 10, 11, 4, 5, 6, 7, 8, 9, 10, 11));
-  const __m256i top = _mm256_shuffle_epi8(v, _mm256_setr_epi8(-1, -1, -1, -1, 0, 1, 2, 3, -1, -1, -1, -1, 4, 5, 6, 7, -1,
-                                                               -1, -1, -1, 0, 1, 2, 3, -1, -1, -1, -1, 4, 5, 6, 7));
-  const __m256i nibbles = _mm256_blend_epi32(low, _mm256_srli_epi16(low, 4), 0x88);
-  const __m256i keep = _mm256_setr_epi8(63, 63, 63, 63, 15, 15, 15, 15, 63, 63, 63, 63, 15, 15, 15, 15, 63, 63, 63, 63, 15,
-                                        15, 15, 15, 63, 63, 63, 63, 15, 15, 15, 15);
-  return _mm256_or_si256(_mm256_and_si256(nibbles, keep), _mm256_and_si256(_mm256_srli_epi16(top, 2), _mm256_set1_epi8(0x30)));
+  return unpackQ4KScalesMins(_mm256_inserti128_si256(_mm256_castsi128_si256(load128(blk + 4)), load128(blk + 148), 1));
 }
 
 // One token is bound by how few instructions each block takes, so the one-row kernel spends as
