@@ -15,7 +15,16 @@ void pause(double seconds) { std::this_thread::sleep_for(std::chrono::duration<d
 
 }  // namespace
 
+// Stops whatever desktop is still running when the test program ends.
+struct DesktopTestBase::Stopper : ::testing::Environment {
+  void TearDown() override { DesktopTestBase::stopDesktop(); }
+};
+static ::testing::Environment* const stopper = ::testing::AddGlobalTestEnvironment(new DesktopTestBase::Stopper);
+
 void DesktopTestBase::startDesktop(DesktopHarness::Browser browser) {
+  if (started_ == browser) return;
+  stopDesktop();
+  started_ = browser;
   skipReason_ = DesktopHarness::missing(browser);
   if (!skipReason_.empty()) return;
   try {
@@ -39,6 +48,7 @@ void DesktopTestBase::startDesktop(DesktopHarness::Browser browser) {
 }
 
 void DesktopTestBase::stopDesktop() {
+  started_.reset();
   session_.reset();
   settings_.reset();
   harness_.reset();

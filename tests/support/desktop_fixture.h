@@ -28,6 +28,9 @@ struct Chromium {
 };
 
 class DesktopTestBase : public ::testing::Test {
+ public:
+  struct Stopper;
+
  protected:
   static void startDesktop(DesktopHarness::Browser browser);
   static void stopDesktop();
@@ -62,14 +65,16 @@ class DesktopTestBase : public ::testing::Test {
   static inline std::unique_ptr<memory::MemorySettings> settings_;
   static inline std::unique_ptr<atspi::DesktopSession> session_;
   static inline std::string skipReason_;
+  static inline std::optional<DesktopHarness::Browser> started_;
   std::shared_ptr<ActionEngine> engine_;
 };
 
+// The desktop of a browser starts with the first suite that needs it and stays for the rest of
+// the test program (each browser's tests run in a program of their own).
 template <class Browser>
 class DesktopTest : public DesktopTestBase {
  protected:
   static void SetUpTestSuite() { startDesktop(Browser::browser); }
-  static void TearDownTestSuite() { stopDesktop(); }
 };
 
 struct BrowserNames {

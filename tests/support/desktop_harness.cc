@@ -124,11 +124,12 @@ std::unique_ptr<DesktopHarness> DesktopHarness::start(Browser browser, const std
 
   // A display number nobody uses: Xvfb refuses one that is taken, so try a few.
   for (int n = 40 + (::getpid() % 300);; ++n) {
-    if (fs::exists("/tmp/.X11-unix/X" + std::to_string(n)) || fs::exists("/tmp/.X" + std::to_string(n) + "-lock"))
-      continue;
-    h->display_ = ":" + std::to_string(n);
+    const std::string number = std::to_string(n);
+    const std::string socket = std::string("/tmp/.X11-unix/X").append(number);
+    if (fs::exists(socket) || fs::exists(std::string("/tmp/.X").append(number).append("-lock"))) continue;
+    h->display_ = std::string(":").append(number);
     h->spawn({"/usr/bin/Xvfb", h->display_, "-screen", "0", "1280x900x24", "-nolisten", "tcp"});
-    if (waitFor([&] { return fs::exists("/tmp/.X11-unix/X" + std::to_string(n)); }, 10)) break;
+    if (waitFor([&] { return fs::exists(socket); }, 10)) break;
     throw std::runtime_error("Xvfb did not start");
   }
   ::setenv("DISPLAY", h->display_.c_str(), 1);
@@ -166,8 +167,9 @@ std::unique_ptr<DesktopHarness> DesktopHarness::start(Browser browser, const std
   h->spawn({"/usr/bin/openbox"});
   std::this_thread::sleep_for(std::chrono::milliseconds(300));
 
-  h->profile_ = (fs::temp_directory_path() / ("skimlet-desktop-" + std::to_string(::getpid()) + "-" +
-                                              (browser == Browser::firefox ? "firefox" : "chromium")))
+  h->profile_ = (fs::temp_directory_path() / std::string("skimlet-desktop-")
+                                                 .append(std::to_string(::getpid()))
+                                                 .append(browser == Browser::firefox ? "-firefox" : "-chromium"))
                     .string();
   fs::remove_all(h->profile_);
   fs::create_directories(h->profile_);

@@ -44,6 +44,9 @@ ActivationWatcher::ActivationWatcher(std::function<void(Pid)> activated) : activ
     atspi_event_listener_deregister(listener, "window:activate", nullptr);
     atspi_event_listener_deregister(listener, "window:deactivate", nullptr);
     g_object_unref(listener);
+    // libatspi keeps one connection per process; letting it go lets a later watcher (a new
+    // session, perhaps on another desktop) connect afresh.
+    atspi_exit();
     g_main_context_pop_thread_default(context_);
   });
   std::unique_lock lock(m);

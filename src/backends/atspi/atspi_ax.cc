@@ -204,7 +204,7 @@ std::vector<std::string> AtspiAx::actionsOf(const Node& n) const {
   if (r.role == "AXButton" || r.role == "AXLink" || r.role == "AXCheckBox" || r.role == "AXRadioButton" ||
       r.role == "AXMenuItem" || r.role == "AXPopUpButton" || r.role == "AXMenuButton")
     return press;
-  if (pressable(n.firstAction)) return press;
+  if (pressable(n.firstAction) && n.role != ATSPI_ROLE_LABEL) return press;
   return {};
 }
 
@@ -248,7 +248,7 @@ Value AtspiAx::objectAttribute(const Node& n, std::string_view name) {
   if (name == "AXRole") return r.role;
   if (name == "AXSubrole") return r.subrole.empty() ? missing(Error::noValue) : Value(r.subrole);
   if (name == "AXTitle") return r.role == "AXWebArea" ? webAreaTitle(n) : titled ? label : std::string();
-  if (name == "AXDescription") return titled ? std::string() : label;
+  if (name == "AXDescription") return titled || r.name == NamePlacement::none ? std::string() : label;
   if (name == "AXHelp") return n.description == n.name ? std::string() : n.description;
   if (name == "AXPlaceholderValue") return n.placeholder.empty() ? missing(Error::noValue) : Value(n.placeholder);
   if (name == "AXEnabled")

@@ -60,6 +60,9 @@ const std::unordered_map<std::uint32_t, AxRole>& table() {
       {ATSPI_ROLE_ARTICLE, {"AXGroup", "AXDocumentArticle", N::description}},
       {ATSPI_ROLE_TREE, {"AXOutline", "", N::description}},
       {ATSPI_ROLE_TREE_ITEM, {"AXRow", "AXOutlineRow", N::title}},
+      // A form label names its control, which shows that name itself; the label is not a
+      // second thing to click, and its text stays as text.
+      {ATSPI_ROLE_LABEL, {"AXGroup", "", N::none}},
       {ATSPI_ROLE_SCROLL_BAR, {"AXScrollBar", "", N::description, true}},
   };
   return roles;

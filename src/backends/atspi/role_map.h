@@ -14,7 +14,7 @@ struct States {
   bool has(int state) const { return state < 32 ? (low >> state) & 1u : (high >> (state - 32)) & 1u; }
 };
 
-enum class NamePlacement { title, description };
+enum class NamePlacement { title, description, none };
 
 struct AxRole {
   std::string role;     // e.g. "AXButton"

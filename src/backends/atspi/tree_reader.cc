@@ -88,6 +88,7 @@ void takeFirst(Node& n, const Reply& role, const Reply& state, const Reply& prop
 }
 
 bool wantsActionName(std::uint32_t role) {
+  if (role == ATSPI_ROLE_LABEL) return false;
   std::string r = mapRole(role, {}).role;
   return r == "AXGroup" || r == "AXCell" || r == "AXImage" || r == "AXRow";
 }

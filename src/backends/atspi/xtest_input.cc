@@ -70,15 +70,28 @@ void XTestInput::typeSym(KeySym sym) {
     if (XkbKeycodeToKeysym(d, code, 0, 0) == sym) return tap(code, false);
     if (XkbKeycodeToKeysym(d, code, 0, 1) == sym) return tap(code, true);
   }
+  if (auto it = borrowed_.find(sym); it != borrowed_.end()) return tap(it->second, false);
   if (spare_.empty()) return;
-  // Spare codes are used in turn, so the browser has read the previous character's mapping
-  // before that code is given another one.
+  // Spare codes are used in turn and keep their character, so a word with a few such letters
+  // maps each once. A browser reads a changed map when told of it, a moment later; a key
+  // pressed before then types nothing.
   KeyCode spare = spare_[nextSpare_++ % spare_.size()];
+  std::erase_if(borrowed_, [spare](const auto& entry) { return entry.second == spare; });
   KeySym both[2] = {sym, sym};
   XChangeKeyboardMapping(d, spare, 2, both, 1);
   XSync(d, False);
+  borrowed_[sym] = spare;
+  std::this_thread::sleep_for(std::chrono::milliseconds(60));
   tap(spare, false);
   XSync(d, False);
+}
+
+XTestInput::~XTestInput() {
+  if (!x_ || borrowed_.empty()) return;
+  std::lock_guard lock(x_->mutex());
+  KeySym none[2] = {NoSymbol, NoSymbol};
+  for (const auto& [sym, code] : borrowed_) XChangeKeyboardMapping(x_->display(), code, 2, none, 1);
+  XSync(x_->display(), False);
 }
 
 bool XTestInput::postKey(Pid pid, std::uint16_t virtualKey, std::uint64_t flags) {

@@ -6,6 +6,7 @@
 
 #include <X11/Xlib.h>
 
+#include <unordered_map>
 #include <vector>
 
 #include "backends/atspi/x_display.h"
@@ -18,6 +19,8 @@ class XTestInput : public InputEvents {
  public:
   // x may be null (no display): then nothing can be posted.
   XTestInput(XDisplay* x, Workspace& workspace);
+  // Gives the borrowed key codes back to the keyboard map.
+  ~XTestInput() override;
 
   bool postKey(Pid pid, std::uint16_t virtualKey, std::uint64_t flags) override;
   bool postText(Pid pid, std::u16string_view units) override;
@@ -36,6 +39,7 @@ class XTestInput : public InputEvents {
   Workspace& workspace_;
   std::vector<KeyCode> spare_;  // key codes with no symbols, borrowed for unmapped characters
   std::size_t nextSpare_ = 0;
+  std::unordered_map<KeySym, KeyCode> borrowed_;  // what each borrowed code types now
 };
 
 }  // namespace skimlet::atspi
