@@ -2,7 +2,10 @@
 
 #include <atspi/atspi-constants.h>
 
+#include <algorithm>
+#include <cstdlib>
 #include <filesystem>
+#include <fstream>
 
 #include "backends/atspi/browser_identity.h"
 #include "browser/browser_registry.h"
@@ -10,6 +13,21 @@
 namespace skimlet::atspi {
 
 namespace {
+
+// Whether the process runs on this desktop: the same session bus (or, without one, the same
+// display). Other users' and other sessions' browsers are not ours to name.
+bool onThisDesktop(Pid pid) {
+  for (const char* name : {"DBUS_SESSION_BUS_ADDRESS", "DISPLAY"}) {
+    const char* ours = std::getenv(name);
+    if (!ours || !*ours) continue;
+    std::ifstream in("/proc/" + std::to_string(pid) + "/environ", std::ios::binary);
+    std::string entry, wanted = std::string(name) + "=" + ours;
+    while (std::getline(in, entry, '\0'))
+      if (entry == wanted) return true;
+    return false;
+  }
+  return true;
+}
 
 // A supported browser's main process that has not joined the accessibility bus: it started
 // before the switch was on. Returns its adapter's name, or empty.
@@ -27,7 +45,7 @@ std::string browserMissingFromBus(const std::vector<Pid>& onBus) {
     bool helper = false;
     for (const auto& a : info.args)
       if (a.rfind("--type=", 0) == 0 || a == "-contentproc" || a == "-isForBrowser") helper = true;
-    if (helper) continue;
+    if (helper || !onThisDesktop(pid)) continue;
     if (std::find(onBus.begin(), onBus.end(), pid) == onBus.end()) return adapter->name();
   }
   return "";
@@ -57,6 +75,10 @@ std::unique_ptr<DesktopSession> DesktopSession::open(Settings& settings, AccessS
     return nullptr;
   }
   std::unique_ptr<DesktopSession> session(new DesktopSession(std::move(bus), settings, dispatch));
+  // Started from a terminal, no browser has been in front yet: the one that would be chosen now
+  // counts as the last one in front, so the palette's tracker has a browser to act on.
+  if (!session->tracker_.lastPID())
+    if (auto t = session->target()) session->workspace_.announce(t->app.pid);
   if (status) *status = session->status();
   return session;
 }

@@ -33,6 +33,8 @@ class DesktopWorkspace : public Workspace {
 
   // Every application on the accessibility bus, browsers or not.
   std::vector<RunningApp> accessibleApplications();
+  // Tells the activation observers about a process as if its window had just become active.
+  void announce(Pid pid) { activated(pid); }
 
  private:
   void activated(Pid pid);

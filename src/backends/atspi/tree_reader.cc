@@ -136,7 +136,7 @@ std::vector<ObjectRef> refsIn(GVariant* array) {
   return out;
 }
 
-std::vector<Node> read(Bus& bus, const std::vector<ObjectRef>& objects, ReadStats* stats) {
+std::vector<Node> read(Bus& bus, const std::vector<ObjectRef>& objects, ReadStats* stats, bool settle) {
   std::vector<Node> nodes(objects.size());
   auto start = std::chrono::steady_clock::now();
   {
@@ -220,7 +220,7 @@ std::vector<Node> read(Bus& bus, const std::vector<ObjectRef>& objects, ReadStat
     stats->requests += calls.size();
     stats->nodes += nodes.size();
   }
-  settleExtents(bus, nodes, stats);
+  if (settle) settleExtents(bus, nodes, stats);
   return nodes;
 }
 
@@ -285,7 +285,7 @@ std::vector<Node> chrome(Bus& bus, const ObjectRef& window) {
   std::vector<Node> out;
   std::vector<ObjectRef> level{window};
   for (int depth = 0; depth < 40 && !level.empty(); ++depth) {
-    std::vector<Node> nodes = read(bus, level);
+    std::vector<Node> nodes = read(bus, level, nullptr, false);
     std::vector<Call> calls;
     std::vector<std::size_t> expand;
     for (std::size_t i = 0; i < nodes.size(); ++i) {

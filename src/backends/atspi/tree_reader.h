@@ -46,8 +46,10 @@ struct ReadStats {
 
 namespace TreeReader {
 
-// The facts of each object, in the given order.
-std::vector<Node> read(Bus& bus, const std::vector<ObjectRef>& objects, ReadStats* stats = nullptr);
+// The facts of each object, in the given order. With `settle`, extents the browser does not know
+// yet are asked again (a page that has just loaded); the browser's own controls need not be.
+std::vector<Node> read(Bus& bus, const std::vector<ObjectRef>& objects, ReadStats* stats = nullptr,
+                       bool settle = true);
 // The object and all its descendants in document order, each with its children listed: the
 // node list comes from one Collection.GetMatches call.
 std::vector<Node> subtree(Bus& bus, const ObjectRef& root, ReadStats* stats = nullptr);
