@@ -117,6 +117,8 @@ PaletteWindow::PaletteWindow(std::shared_ptr<PaletteViewModel> vm, DesktopBacken
 
 PaletteWindow::~PaletteWindow() {
   alive_.reset();
+  if (watch_) g_source_remove(watch_);
+  if (reclaim_) g_source_remove(reclaim_);
   vm_->onDismiss = nullptr;
   gtk_widget_destroy(window_);
 }
@@ -134,7 +136,6 @@ void PaletteWindow::show() {
   keys_.reset();
   setField("");
   wasActive_ = false;
-  regainFocus_ = false;
   render();
   place();
   gtk_widget_show(window_);
@@ -194,13 +195,32 @@ void PaletteWindow::onActiveChanged(GObject*, GParamSpec*, gpointer data) {
   auto* self = static_cast<PaletteWindow*>(data);
   if (gtk_window_is_active(GTK_WINDOW(self->window_))) {
     self->wasActive_ = true;
-  } else if (self->vm_->busy()) {
+  } else if (self->vm_->busy() || self->reclaim_) {
     // Acting on the page can bring the browser's window forward; the palette stays for the
     // answer and takes the focus back when the command is done.
-    self->regainFocus_ = true;
   } else if (self->wasActive_ && !self->staysOpen_) {
     self->hide();  // the user went elsewhere
   }
+}
+
+gboolean PaletteWindow::onWatch(gpointer data) {
+  auto* self = static_cast<PaletteWindow*>(data);
+  if (self->vm_->busy()) return G_SOURCE_CONTINUE;
+  self->watch_ = 0;
+  // The browser raises its window a moment after an action has returned; taking the focus
+  // back at once would lose it again.
+  if (self->visible() && !self->reclaim_) self->reclaim_ = g_timeout_add(300, onReclaim, self);
+  return G_SOURCE_REMOVE;
+}
+
+gboolean PaletteWindow::onReclaim(gpointer data) {
+  auto* self = static_cast<PaletteWindow*>(data);
+  self->reclaim_ = 0;
+  // Asked whether it still has the focus, GTK may not know yet that the browser took it. The
+  // focus is set with the current time: GTK's present would use the time of our last key
+  // press, which the server ignores as older than the browser's own focus change.
+  if (self->visible()) gdk_window_focus(gtk_widget_get_window(self->window_), GDK_CURRENT_TIME);
+  return G_SOURCE_REMOVE;
 }
 
 void PaletteWindow::apply(const PaletteKeys::Answer& answer) {
@@ -220,10 +240,7 @@ void PaletteWindow::render() {
     if (visible()) gtk_widget_grab_focus(entry_);
     gtk_editable_set_position(GTK_EDITABLE(entry_), -1);
   }
-  if (regainFocus_ && !vm_->busy() && visible()) {
-    regainFocus_ = false;
-    gtk_window_present_with_time(GTK_WINDOW(window_), GDK_CURRENT_TIME);
-  }
+  if (vm_->busy() && !watch_) watch_ = g_timeout_add(150, onWatch, this);
   clearChildren(content_);
   const auto& phase = vm_->phase();
   const auto preview = vm_->preview();

@@ -35,6 +35,8 @@ class PaletteWindow {
   static gboolean onKey(GtkWidget*, GdkEventKey* event, gpointer self);
   static void onChanged(GtkEditable*, gpointer self);
   static void onActiveChanged(GObject*, GParamSpec*, gpointer self);
+  static gboolean onWatch(gpointer self);
+  static gboolean onReclaim(gpointer self);
 
   void render();
   void apply(const PaletteKeys::Answer& answer);
@@ -62,7 +64,8 @@ class PaletteWindow {
   bool settingField_ = false;
   bool wasActive_ = false;
   bool staysOpen_ = false;
-  bool regainFocus_ = false;  // the palette lost focus while a command ran
+  guint watch_ = 0;    // polls a running command until its worker has ended
+  guint reclaim_ = 0;  // takes the focus back after a command
   // Shared with the view model's observer, which may outlive this window by a turn.
   std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
 };
