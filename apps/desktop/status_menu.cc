@@ -2,7 +2,7 @@
 
 #include <libayatana-appindicator/app-indicator.h>
 
-#include "menu_items.h"
+#include "palette/app_menu.h"
 
 namespace skimlet::desktop {
 
@@ -21,7 +21,7 @@ StatusMenu::~StatusMenu() {
 
 void StatusMenu::update(const HotkeyPreset& preset) {
   GtkWidget* menu = gtk_menu_new();
-  for (const auto& item : menuItems(preset)) {
+  for (const auto& item : appMenuItems(HotkeySettings::linuxTitle(preset))) {
     if (item.label.empty()) {
       gtk_menu_shell_append(GTK_MENU_SHELL(menu), gtk_separator_menu_item_new());
       continue;

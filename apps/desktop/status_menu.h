@@ -1,5 +1,5 @@
 // Skimlet's menu in the desktop's status area (StatusNotifierItem, which GNOME with its
-// extension, KDE and most panels show). The items come from menuItems() and activate the
+// extension, KDE and most panels show). The items come from appMenuItems() and activate the
 // application's actions, which are also reachable over D-Bus for desktops without a tray.
 #pragma once
 
