@@ -8,6 +8,9 @@ packages=(
   libicu-dev libopenblas-dev libcurl4-openssl-dev nlohmann-json3-dev
   libgtest-dev libgmock-dev libbenchmark-dev
   chromium python3
+  # The desktop application, and the virtual display its tests drive it on.
+  libgtk-3-dev libayatana-appindicator3-dev libkeybinder-3.0-dev adwaita-icon-theme
+  xvfb xdotool x11-apps netpbm dbus-daemon libglib2.0-bin
   # Large one-page manuals that the live benchmark reads.
   bash-doc ccache
 )

@@ -87,6 +87,11 @@ int onCommandLine(GApplication* gapp, GApplicationCommandLine* command, gpointer
   g_application_hold(gapp);
   g_application_command_line_print(command, "Skimlet is running: press %s to open the palette.\n",
                                    app->hotkeyTitle().c_str());
+  if (g_getenv("WAYLAND_DISPLAY")) {
+    g_application_command_line_print(command,
+                                     "On Wayland the key may reach Skimlet only over its own windows: bind "
+                                     "\"skimlet-desktop --toggle\" to a key in your desktop's keyboard settings.\n");
+  }
   return 0;
 }
 
@@ -107,6 +112,9 @@ int main(int argc, char** argv) {
       return 0;
     }
   }
+  // The hotkey grab, the palette's placement and keeping it above the browser are X11 services;
+  // on a Wayland session the application runs through XWayland.
+  gdk_set_allowed_backends("x11");
   GtkApplication* gapp = gtk_application_new("org.skimlet.Skimlet", G_APPLICATION_HANDLES_COMMAND_LINE);
   g_signal_connect(gapp, "command-line", G_CALLBACK(onCommandLine), nullptr);
   // The menu's items, also reachable over D-Bus (org.gtk.Actions) on desktops without a tray.
