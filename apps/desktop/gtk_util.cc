@@ -19,6 +19,7 @@ constexpr const char* kStyle = R"CSS(
 .headline { font-size: 14px; }
 .body { padding: 2px 2px 2px 30px; }
 .why { font-family: monospace; font-size: 10px; color: #4b5058; background-color: #f4f5f7; padding: 6px 8px; }
+.why-toggle { font-size: 11px; padding: 1px 10px; min-height: 0; }
 .badge { background-color: #e3e6ea; border-radius: 9px; padding: 1px 8px; color: #3b4048; }
 .success { color: #1e7b34; }
 .failure { color: #b3261e; }

@@ -16,7 +16,7 @@ InspectorWindow::InspectorWindow(const Platform& platform, BrowserTracker& track
   installStyle();
   window_ = gtk_window_new(GTK_WINDOW_TOPLEVEL);
   gtk_window_set_title(GTK_WINDOW(window_), "Skimlet Inspector");
-  gtk_window_set_default_size(GTK_WINDOW(window_), 900, 560);
+  gtk_window_set_default_size(GTK_WINDOW(window_), 980, 560);
   g_signal_connect(window_, "delete-event", G_CALLBACK(gtk_widget_hide_on_delete), nullptr);
   g_signal_connect(window_, "button-press-event", G_CALLBACK(onButton), this);
 
@@ -49,7 +49,8 @@ InspectorWindow::InspectorWindow(const Platform& platform, BrowserTracker& track
     GtkTreeViewColumn* column = gtk_tree_view_column_new_with_attributes(titles[c], cell, "text", c, nullptr);
     gtk_tree_view_column_set_resizable(column, true);
     gtk_tree_view_column_set_expand(column, c == kLabel);
-    gtk_tree_view_column_set_min_width(column, c == kLabel ? 220 : 90);
+    static const int widths[] = {220, 130, 200, 190, 150};
+    gtk_tree_view_column_set_min_width(column, widths[c]);
     gtk_tree_view_append_column(GTK_TREE_VIEW(view_), column);
   }
   g_signal_connect(gtk_tree_view_get_selection(GTK_TREE_VIEW(view_)), "changed",

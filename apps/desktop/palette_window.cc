@@ -38,7 +38,8 @@ std::string markup(const std::string& lightMarkdown) {
 GtkWidget* row(GtkWidget* list, const char* icon, const std::string& text, const std::string& detail = "") {
   GtkWidget* box = gtk_box_new(GTK_ORIENTATION_HORIZONTAL, 10);
   if (icon) gtk_box_pack_start(GTK_BOX(box), gtk_image_new_from_icon_name(icon, GTK_ICON_SIZE_MENU), false, false, 0);
-  gtk_box_pack_start(GTK_BOX(box), label(text, {.ellipsize = true}), true, true, 0);
+  // One line per row: an item's text may be a whole block of the page.
+  gtk_box_pack_start(GTK_BOX(box), label(TextUtil::clean(text), {.ellipsize = true}), true, true, 0);
   if (!detail.empty()) gtk_box_pack_end(GTK_BOX(box), label(detail, {.css = "dim", .ellipsize = true}), false, false, 0);
   GtkWidget* r = gtk_list_box_row_new();
   gtk_style_context_add_class(gtk_widget_get_style_context(r), "palette-row");
@@ -305,7 +306,7 @@ void PaletteWindow::addOnboarding() {
 void PaletteWindow::addSuggestions() {
   GtkWidget* l = list();
   const auto suggestions = keys_.suggestions();
-  for (const auto& s : suggestions) row(l, iconFor(s.icon), s.title, s.runs ? "" : "\u2026");
+  for (const auto& s : suggestions) row(l, iconFor(s.icon), s.title);
   if (keys_.suggestion() >= 0) {
     gtk_list_box_select_row(GTK_LIST_BOX(l), gtk_list_box_get_row_at_index(GTK_LIST_BOX(l), keys_.suggestion()));
   } else {
@@ -382,7 +383,7 @@ void PaletteWindow::addResult(const ActionResult& r) {
   }
   if (!r.debug.empty()) {
     GtkWidget* why = gtk_toggle_button_new_with_label("Why?");
-    gtk_style_context_add_class(gtk_widget_get_style_context(why), "flat");
+    gtk_style_context_add_class(gtk_widget_get_style_context(why), "why-toggle");
     gtk_widget_set_halign(why, GTK_ALIGN_START);
     gtk_widget_set_can_focus(why, false);
     gtk_toggle_button_set_active(GTK_TOGGLE_BUTTON(why), vm_->showWhy);
