@@ -91,13 +91,17 @@ TEST(OutcomeText, MarkdownIsRenderedForATerminalAndPlainForAPipe) {
 
 class TempFile {
  public:
-  explicit TempFile(const std::string& text) : path_(::testing::TempDir() + "cli_test_recording.json") {
+  // Named after the test, as tests of this program run side by side.
+  explicit TempFile(const std::string& text)
+      : path_(::testing::TempDir() + "cli_test_" + ::testing::UnitTest::GetInstance()->current_test_info()->name() +
+              std::to_string(count_++) + ".json") {
     std::ofstream(path_) << text;
   }
   ~TempFile() { std::remove(path_.c_str()); }
   const std::string& path() const { return path_; }
 
  private:
+  static inline int count_ = 0;
   std::string path_;
 };
 
@@ -122,6 +126,24 @@ TEST(FixtureSession, RecordingsThatCannotBeReplayedSayWhere) {
 
   TempFile editor(R"({"app": {"name": "TextEdit", "bundleID": "com.apple.TextEdit"}, "window": {"role": "AXWindow"}})");
   EXPECT_EQ(loadError(editor.path()), editor.path() + ": app.bundleID: “com.apple.TextEdit” is not a supported browser");
+}
+
+// Found by mutating recordings: a stack overflow, a raw library message, an endless read.
+TEST(FixtureSession, HostileRecordingsAreRefusedWithAMessage) {
+  std::string deep = R"({"app": {"bundleID": "com.apple.Safari"}, "window": )";
+  for (int i = 0; i < 12000; ++i) deep += R"({"role": "AXGroup", "children": [)";
+  deep += "{}";
+  for (int i = 0; i < 12000; ++i) deep += "]}";
+  deep += "}";
+  TempFile nested(deep);
+  const std::string error = loadError(nested.path());
+  EXPECT_EQ(error.substr(0, nested.path().size() + 24), nested.path() + ": window.children[0].chi") << error;
+  EXPECT_NE(error.find("nested more than 1000 levels deep"), std::string::npos) << error;
+
+  TempFile huge(R"({"app": {"bundleID": "com.apple.Safari"}, "window": {"frame": [0, 0, 1e400, 1]}})");
+  EXPECT_EQ(loadError(huge.path()).find(huge.path() + ": not valid JSON: number overflow"), 0u) << loadError(huge.path());
+
+  EXPECT_EQ(loadError("/dev/zero"), "/dev/zero: larger than 128 MB, too large for a recorded page");
 }
 
 TEST(FixtureSession, ARunShowsWhatWasDoneWithSecretsMasked) {
