@@ -27,11 +27,13 @@ void quantizeRows(const float* x, int n, int64_t cols, int blockLen, QuantizedRo
         amax = std::max(amax, a);
         finite &= a <= std::numeric_limits<float>::max();
       }
-      // Weights from a corrupt file can make activations infinite or NaN, which have no int8;
-      // such a block counts as zeros rather than converting them (undefined).
-      if (!finite) amax = 0;
-      const float d = amax / 127.0f;
-      const float id = d != 0 ? 1.0f / d : 0.0f;
+      // Weights from a corrupt file can make activations infinite or NaN, which have no int8,
+      // or so small that the inverse scale overflows; such a block counts as zeros rather than
+      // converting them (undefined).
+      float d = amax / 127.0f;
+      float id = d != 0 ? 1.0f / d : 0.0f;
+      finite &= id <= std::numeric_limits<float>::max();
+      if (!finite) d = id = 0;
       // Adding and removing 1.5 × 2^23 rounds to the nearest integer, ties to even, exactly as
       // nearbyint does for values this small (|v| <= 127), but without a library call per value,
       // so the loop vectorizes.

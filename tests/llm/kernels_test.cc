@@ -220,9 +220,10 @@ TEST(QuantizedProduct, ActivationQuantizationKeepsSums) {
     for (int i = 0; i < 16; ++i) s += q.q[16 * g + i];
     EXPECT_EQ(q.sums[g], s);
   }
-  // A fuzzed model made activations NaN and infinite: a block holding one counts as zeros.
-  for (float bad : {std::nanf(""), INFINITY}) {
+  // A fuzzed model made activations NaN, infinite or subnormal: such a block counts as zeros.
+  for (float bad : {std::nanf(""), INFINITY, 1e-40f}) {
     std::vector<float> y(512, 1.0f);
+    if (bad == 1e-40f) std::fill(y.begin(), y.begin() + 256, 0.0f);  // a subnormal largest value
     y[3] = bad;
     QuantizedRows b;
     quantizeRows(y.data(), 1, 512, 256, b);
