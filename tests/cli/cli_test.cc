@@ -2,6 +2,8 @@
 // the helpers the subcommands share.
 #include <gtest/gtest.h>
 
+#include <cstring>
+
 #include <cstdio>
 #include <fstream>
 #include <sstream>
@@ -87,6 +89,25 @@ TEST(OutcomeText, MarkdownIsRenderedForATerminalAndPlainForAPipe) {
   std::ostringstream choose;
   OutcomeText(false).print(choose, choice);
   EXPECT_EQ(choose.str(), "? Which one?\n  1. Save — Preferences\n  2. Save C:\\**all**\nAdd --pick N to choose one.\n");
+}
+
+TEST(OutcomeText, PageTextCannotControlTheTerminal) {
+  // Clear screen, a colour, a bell, a carriage return, an 8-bit CSI: a page's words only print.
+  const std::string hostile = "Sign\x1b[2J in\x1b[31m\x07\rX\xC2\x9B" "1m";
+  EXPECT_EQ(OutcomeText::inert(hostile + "\r\nnext\tcol"), "Sign\uFFFD[2J in\uFFFD[31m\uFFFD\uFFFDX\uFFFD1m\nnext\tcol");
+  ActionResult r = ActionResult::success("Clicked **" + hostile + "**", {"Selected: " + hostile});
+  r.body = hostile;
+  r.items = {FoundItem{.text = hostile}};
+  Confirmation c{hostile, hostile, "Click", {hostile}, {}};
+  for (const Outcome& o : {Outcome(r), Outcome(c)}) {
+    std::ostringstream out;
+    OutcomeText(true).print(out, o);
+    std::string shown = out.str();
+    for (const char* ours : {"\x1b[1m", "\x1b[22m", "\x1b[2m"})  // the tool's own styling stays
+      for (size_t at; (at = shown.find(ours)) != std::string::npos;) shown.erase(at, std::strlen(ours));
+    EXPECT_EQ(shown.find_first_of("\x1b\x07\r"), std::string::npos) << shown;
+    EXPECT_EQ(shown.find("\xC2\x9B"), std::string::npos) << shown;
+  }
 }
 
 class TempFile {
