@@ -9,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-#include "backends/memory/event.h"
+#include "effects/event.h"
 #include "engine/outcome.h"
 
 namespace skimlet::cli {
@@ -20,9 +20,14 @@ class OutcomeText {
   explicit OutcomeText(bool styled) : styled_(styled) {}
   bool styled() const { return styled_; }
 
+  // Text from a page made harmless for a terminal: control characters (escape sequences that
+  // recolour, clear or retitle it, bells, backspaces, carriage returns) show as "�" instead of
+  // acting. Line breaks and tabs stay. Everything below passes what it prints through it.
+  static std::string inert(std::string_view s);
+
   // "Clicked **Sign \*in\***" → Clicked Sign *in*, the bold part bold when styled.
   std::string markdown(const std::string& s) const;
-  std::string dim(const std::string& s) const { return styled_ ? "\x1b[2m" + s + "\x1b[22m" : s; }
+  std::string dim(const std::string& s) const { return styled_ ? "\x1b[2m" + inert(s) + "\x1b[22m" : inert(s); }
   // Plain text (an item, an option, a label) for one line of a list: each line break, with the
   // blanks around it, becomes one space.
   static std::string oneLine(std::string_view s);
@@ -31,7 +36,7 @@ class OutcomeText {
   // A result alone, with its "Why?" lines only when `why`.
   void printResult(std::ostream& out, const ActionResult& result, bool why) const;
   // "Done to the page:" and one line per event; nothing when there were none.
-  void printEvents(std::ostream& out, const std::vector<memory::Event>& events) const;
+  void printEvents(std::ostream& out, const std::vector<Event>& events) const;
   // "Why?" and the debug lines under it, dimmed; nothing when there are none.
   void printWhy(std::ostream& out, const std::vector<std::string>& debug) const;
 

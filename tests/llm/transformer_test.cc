@@ -136,5 +136,40 @@ TEST(Transformer, OptionalTensorsAndChatMarkers) {
   }
 }
 
+// Hyper-parameters from a corrupt file once sized allocations of gigabytes, wrapped around to
+// small values, or accepted a model whose tokens have no embedding.
+TEST(Transformer, ImplausibleHyperParametersAreRefusedBeforeAllocating) {
+  const std::string path = scratchPath("shape.gguf");
+  struct Case {
+    std::string key;
+    uint64_t value;
+  };
+  for (const Case& c : std::vector<Case>{{"qwen2.attention.key_length", (1ull << 31) - 2},
+                                         {"qwen2.embedding_length", (1ull << 31) - 1},
+                                         {"qwen2.block_count", 1000000},
+                                         {"qwen2.block_count", (1ull << 31) - 1},
+                                         {"qwen2.block_count", (1ull << 32) + 2}}) {
+    SCOPED_TRACE(c.key + " = " + std::to_string(c.value));
+    testing::RandomModel model;
+    model.overrides = {{c.key, c.value}};
+    testing::writeRandomModel(path, model, 3);
+    try {
+      Transformer loaded(path, 2048);
+      ADD_FAILURE() << "loaded";
+    } catch (const GGUFError& e) {
+      EXPECT_STREQ(e.what(), "Unsupported model shape");
+    }
+  }
+  testing::RandomModel empty;
+  empty.embeddingRows = 0;
+  testing::writeRandomModel(path, empty, 3);
+  try {
+    Transformer loaded(path, 2048);
+    ADD_FAILURE() << "an embedding without rows loaded";
+  } catch (const GGUFError& e) {
+    EXPECT_STREQ(e.what(), "Tensor token_embd.weight has the wrong shape");
+  }
+}
+
 }  // namespace
 }  // namespace skimlet
