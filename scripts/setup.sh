@@ -8,6 +8,8 @@ packages=(
   libicu-dev libopenblas-dev libcurl4-openssl-dev nlohmann-json3-dev
   libgtest-dev libgmock-dev libbenchmark-dev
   chromium python3
+  # scripts/format.sh
+  clang-format
   # Large one-page manuals that the live benchmark reads.
   bash-doc ccache
 )
