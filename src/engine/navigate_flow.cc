@@ -57,22 +57,22 @@ Outcome ActionEngine::navigate(const NavAction& action, std::vector<std::string>
     case K::tabIndex: {
       int n = std::clamp(action.index, 1, 9);
       sendShortcut(keycode::digits[n - 1], keyflags::command);
-      dbg.push_back("⌘" + std::to_string(n) + " sent");
+      dbg.push_back(platform_.input.keyName(keycode::digits[n - 1], keyflags::command) + " sent");
       return ActionResult::success("Switched to tab **" + std::to_string(n) + "**", std::move(dbg));
     }
     case K::nextTab:
       sendShortcut(keycode::tab, keyflags::control);
-      dbg.push_back("⌃Tab sent");
+      dbg.push_back(platform_.input.keyName(keycode::tab, keyflags::control) + " sent");
       return ActionResult::success("Switched to the **next** tab", std::move(dbg));
     case K::previousTab:
       sendShortcut(keycode::tab, keyflags::controlShift);
-      dbg.push_back("⌃⇧Tab sent");
+      dbg.push_back(platform_.input.keyName(keycode::tab, keyflags::controlShift) + " sent");
       return ActionResult::success("Switched to the **previous** tab", std::move(dbg));
     case K::closeTab: {
       Confirmation c{"Close this tab?", "Unsaved work on the page may be lost.", "Close tab", dbg, {}};
       c.perform = followUp<ActionResult>([dbg](ActionEngine& engine) mutable {
         engine.sendShortcut(keycode::w, keyflags::command);
-        dbg.push_back("⌘W sent");
+        dbg.push_back(engine.platform().input.keyName(keycode::w, keyflags::command) + " sent");
         return ActionResult::success("Closed the tab", std::move(dbg));
       });
       return c;
