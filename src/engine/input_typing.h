@@ -15,7 +15,4 @@ namespace skimlet::Input {
 // Blocks the calling thread for that long.
 void type(InputEvents& input, Clock& clock, std::string_view text, Pid pid);
 
-// UTF-8 to UTF-16; malformed bytes become U+FFFD.
-std::u16string utf16(std::string_view utf8);
-
 }  // namespace skimlet::Input

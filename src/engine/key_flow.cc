@@ -13,19 +13,19 @@ struct KeyStroke {
 
 KeyStroke strokeFor(KeyAction key) {
   switch (key) {
-    case KeyAction::copy: return {8, keyflags::command};
-    case KeyAction::paste: return {9, keyflags::command};
-    case KeyAction::selectAll: return {0, keyflags::command};
-    case KeyAction::enter: return {36, keyflags::none};
-    case KeyAction::escape: return {53, keyflags::none};
-    case KeyAction::tab: return {48, keyflags::none};
-    case KeyAction::del: return {51, keyflags::none};
-    case KeyAction::up: return {126, keyflags::none};
-    case KeyAction::down: return {125, keyflags::none};
-    case KeyAction::left: return {123, keyflags::none};
-    case KeyAction::right: return {124, keyflags::none};
+    case KeyAction::copy: return {keycode::c, keyflags::command};
+    case KeyAction::paste: return {keycode::v, keyflags::command};
+    case KeyAction::selectAll: return {keycode::a, keyflags::command};
+    case KeyAction::enter: return {keycode::returnKey, keyflags::none};
+    case KeyAction::escape: return {keycode::escape, keyflags::none};
+    case KeyAction::tab: return {keycode::tab, keyflags::none};
+    case KeyAction::del: return {keycode::deleteBackward, keyflags::none};
+    case KeyAction::up: return {keycode::up, keyflags::none};
+    case KeyAction::down: return {keycode::down, keyflags::none};
+    case KeyAction::left: return {keycode::left, keyflags::none};
+    case KeyAction::right: return {keycode::right, keyflags::none};
   }
-  return {36, keyflags::none};
+  return {keycode::returnKey, keyflags::none};
 }
 }  // namespace
 

@@ -19,8 +19,7 @@ bool visible(const PageElement& e) { return !e.frame || e.frame->hasArea(); }
 bool isWebURL(const std::string& url) {
   auto colon = url.find(':');
   if (colon == std::string::npos) return false;
-  std::string scheme = url.substr(0, colon);
-  std::transform(scheme.begin(), scheme.end(), scheme.begin(), [](unsigned char c) { return std::tolower(c); });
+  const std::string scheme = TextUtil::lower(std::string_view(url).substr(0, colon));
   return (scheme == "http" || scheme == "https") && url.compare(colon, 3, "://") == 0 && url.size() > colon + 3;
 }
 

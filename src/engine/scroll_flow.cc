@@ -11,8 +11,6 @@
 namespace skimlet {
 
 namespace {
-// Virtual key codes of the keys a browser scrolls with.
-constexpr std::uint16_t pageUpKey = 116, pageDownKey = 121, homeKey = 115, endKey = 119;
 // Enough lines to cross a page, and enough to reach either end of any page.
 constexpr int wheelPage = 12, wheelEnd = 100000;
 
@@ -78,7 +76,7 @@ Outcome ActionEngine::scroll(const ScrollSpec& request, const PageSnapshot& snap
       dbg.push_back("AXScrollToVisible on the " + std::string(top ? "first" : "last") + " element of the page");
     } else {
       dbg.push_back(end ? "AXScrollToVisible failed" : "No visible element to scroll to");
-      if (!fallBack(top ? homeKey : endKey, "Fell back to Home / End key", top ? -wheelEnd : wheelEnd))
+      if (!fallBack(top ? keycode::home : keycode::end, "Fell back to Home / End key", top ? -wheelEnd : wheelEnd))
         return cannot();
     }
     return ActionResult::success("Scrolled to the **" + word + "**", std::move(dbg));
@@ -110,7 +108,7 @@ Outcome ActionEngine::scroll(const ScrollSpec& request, const PageSnapshot& snap
     }
     dbg.push_back(std::string(action) + " failed on the " + what);
   }
-  if (!done && !fallBack(down ? pageDownKey : pageUpKey, "Fell back to Page Down / Page Up key",
+  if (!done && !fallBack(down ? keycode::pageDown : keycode::pageUp, "Fell back to Page Down / Page Up key",
                          down ? wheelPage : -wheelPage))
     return cannot();
   return ActionResult::success(std::string("Scrolled **") + (down ? "down" : "up") + "** one page", std::move(dbg));

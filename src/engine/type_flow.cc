@@ -102,7 +102,7 @@ ActionResult ActionEngine::write(const std::string& text, const ax::ElementRef& 
 
   std::string before = attributeText(into, "AXValue");
   if (replace) {
-    platform_.input.postKey(pid, 0, keyflags::command);  // select all, so typing replaces
+    platform_.input.postKey(pid, keycode::a, keyflags::command);  // select all, so typing replaces
     clock.sleep(0.040);
   }
   Input::type(platform_.input, clock, text, pid);

@@ -104,7 +104,8 @@ std::optional<ProfileField> profileFieldFromRaw(std::string_view raw) {
 
 std::string TargetSpec::summary() const {
   std::vector<std::string> parts;
-  if (ordinal) parts.push_back(*ordinal == -1 ? std::string("last") : ordinalWord(*ordinal));
+  // Ordinal 0 has no word: it adds nothing rather than an empty part.
+  if (ordinal && *ordinal != 0) parts.push_back(*ordinal == -1 ? std::string("last") : ordinalWord(*ordinal));
   if (!query.empty()) parts.push_back(quoted(query));
   if (role != RoleHint::any) parts.emplace_back(noun(role));
   if (nextTo) parts.push_back("next to " + quoted(*nextTo));

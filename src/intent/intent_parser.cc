@@ -53,16 +53,6 @@ std::string_view trimEdges(std::string_view s) {
   return s.substr(b, e - b + 1);
 }
 
-std::string lowerWord(std::string_view w) {
-  if (unicode::isAscii(w)) {
-    std::string out(w);
-    for (char& c : out)
-      if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-    return out;
-  }
-  return TextUtil::lower(w);
-}
-
 // Removes one pair of enclosing quotes, the first pair in this order that fits.
 std::string strip(std::string_view text) {
   std::string_view s = trimWhite(text);
@@ -178,7 +168,7 @@ std::optional<Intent> tabNumber(const Groups& g) {
 
 std::optional<Intent> typeInto(const Groups& g) {
   std::string x = clean(g[0]);
-  if (lowerWord(x).starts_with("my ")) {
+  if (TextUtil::lower(x).starts_with("my ")) {
     if (auto f = profileField(x.substr(3))) return intents::FillProfile{*f, parseTarget(g[1], RoleHint::field)};
   }
   return intents::Type{x, parseTarget(g[1], RoleHint::field), false};
@@ -224,7 +214,7 @@ const std::deque<Rule>& rules() {
         "(?:press\\s+)?(?:the\\s+)?(up|down|left|right)\\s+arrow(?:\\s+key)?"
         "|(?:press\\s+)?arrow\\s+(up|down|left|right)(?:\\s+key)?",
         [](const Groups& g, const std::string&) -> std::optional<Intent> {
-          auto k = keyActionFromRaw(lowerWord(g[0].empty() ? g[1] : g[0]));
+          auto k = keyActionFromRaw(TextUtil::lower(g[0].empty() ? g[1] : g[0]));
           if (!k) return std::nullopt;
           return key(*k);
         });
@@ -385,11 +375,11 @@ TargetSpec parseTarget(std::string_view text, RoleHint defaultRole) {
   std::size_t first = 0, last = words.size();  // the words still in play: [first, last)
   auto remaining = [&] { return last - first; };
 
-  while (remaining() >= 2 && isFiller(lowerWord(words[first]))) ++first;
+  while (remaining() >= 2 && isFiller(TextUtil::lower(words[first]))) ++first;
 
   bool hasOrdinal = false;
   if (remaining() > 0) {
-    auto it = ordinals().find(lowerWord(words[first]));
+    auto it = ordinals().find(TextUtil::lower(words[first]));
     if (it != ordinals().end()) {
       t.ordinal = it->second;
       hasOrdinal = true;
@@ -413,7 +403,7 @@ TargetSpec parseTarget(std::string_view text, RoleHint defaultRole) {
     }
   }
 
-  while (remaining() > 0 && connectors().contains(lowerWord(words[first]))) {
+  while (remaining() > 0 && connectors().contains(TextUtil::lower(words[first]))) {
     // A lone connector is the name itself when nothing else named the element ("click about").
     if (remaining() == 1 && !found) break;
     ++first;

@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "llm/f16.h"
+#include "llm/ggml_type.h"
 
 namespace skimlet {
 
@@ -91,13 +92,13 @@ void dequantRows(const QMatrix& m, int64_t first, int64_t count, float* out) {
         for (int64_t i = 0; i < m.cols; ++i) dst[i] = readHalf(src + 2 * i);
         break;
       case GGMLType::q8_0:
-        for (int64_t b = 0; b < blocks; ++b) dequantQ8_0(src + b * 34, dst + b * 32);
+        for (int64_t b = 0; b < blocks; ++b) dequantQ8_0(src + b * GGMLType::q8_0Block.blockSize, dst + b * 32);
         break;
       case GGMLType::q4K:
-        for (int64_t b = 0; b < blocks; ++b) dequantQ4K(src + b * 144, dst + b * 256);
+        for (int64_t b = 0; b < blocks; ++b) dequantQ4K(src + b * GGMLType::q4KBlock.blockSize, dst + b * 256);
         break;
       case GGMLType::q6K:
-        for (int64_t b = 0; b < blocks; ++b) dequantQ6K(src + b * 210, dst + b * 256);
+        for (int64_t b = 0; b < blocks; ++b) dequantQ6K(src + b * GGMLType::q6KBlock.blockSize, dst + b * 256);
         break;
     }
   }

@@ -6,9 +6,9 @@ std::optional<Traits> traits(uint32_t type) {
   switch (type) {
     case f32: return Traits{1, 4};
     case f16: return Traits{1, 2};
-    case q8_0: return Traits{32, 34};
-    case q4K: return Traits{256, 144};
-    case q6K: return Traits{256, 210};
+    case q8_0: return q8_0Block;
+    case q4K: return q4KBlock;
+    case q6K: return q6KBlock;
     default: return std::nullopt;
   }
 }

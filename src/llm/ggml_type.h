@@ -18,6 +18,11 @@ struct Traits {
   int blockSize;    // bytes per block
 };
 
+// The quantized types' blocks: the one place their layouts are written down.
+inline constexpr Traits q8_0Block{32, 34};
+inline constexpr Traits q4KBlock{256, 144};
+inline constexpr Traits q6KBlock{256, 210};
+
 // None for a type Skimlet does not support.
 std::optional<Traits> traits(uint32_t type);
 

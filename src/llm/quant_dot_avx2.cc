@@ -19,6 +19,7 @@
 
 #include "llm/dequant.h"
 #include "llm/f16.h"
+#include "llm/ggml_type.h"
 
 namespace skimlet {
 
@@ -79,7 +80,7 @@ void dotQ8_0(const uint8_t* w, const QuantizedRows& x, int t0, int nt, float* ou
     const float* xd = x.rowD(t0 + i);
     __m256 acc = _mm256_setzero_ps();
     for (int64_t b = 0; b < nb; ++b) {
-      const uint8_t* blk = w + b * 34;
+      const uint8_t* blk = w + b * GGMLType::q8_0Block.blockSize;
       const __m256i q = load(blk + 2);
       // maddubs wants its first operand unsigned: move the weight's sign onto the activation.
       const __m256i prod = _mm256_maddubs_epi16(_mm256_sign_epi8(q, q), _mm256_sign_epi8(load(xq + 32 * b), q));
@@ -175,13 +176,13 @@ void dotQ4KOne(const uint8_t* w, const QuantizedRows& x, int t, float* out) {
     const __m256i sm = q4KScalesMinsPair(w);
     const __m256i even = _mm256_shuffle_epi8(sm, evens), odd = _mm256_shuffle_epi8(sm, odds);
     const __m256i sums0 = q4KBlockSums(w, q8, _mm256_permute2x128_si256(even, odd, 0x20));
-    const __m256i sums1 = q4KBlockSums(w + 144, q8 + 256, _mm256_permute2x128_si256(even, odd, 0x31));
+    const __m256i sums1 = q4KBlockSums(w + GGMLType::q4KBlock.blockSize, q8 + 256, _mm256_permute2x128_si256(even, odd, 0x31));
     // Four sums a block, each two minimums times their runs' activation sums.
     const __m256i minSums = _mm256_madd_epi16(_mm256_shuffle_epi8(sm, minWords), load(pairSums + 8 * b));
     // d, dmin of block b, then of block b + 1, times the activation's block factors.
     uint32_t h0, h1;
     std::memcpy(&h0, w, 4);
-    std::memcpy(&h1, w + 144, 4);
+    std::memcpy(&h1, w + GGMLType::q4KBlock.blockSize, 4);
     const __m128 halves = _mm_cvtph_ps(_mm_unpacklo_epi32(_mm_cvtsi32_si128(static_cast<int>(h0)), _mm_cvtsi32_si128(static_cast<int>(h1))));
     const __m128 xd2 = _mm_castpd_ps(_mm_load1_pd(reinterpret_cast<const double*>(xd + b)));
     const __m128 f = _mm_mul_ps(halves, _mm_unpacklo_ps(xd2, xd2));
@@ -223,7 +224,7 @@ void dotQ4KTile(const uint8_t* w, const QuantizedRows& x, int t0, float* out) {
     xs[i] = x.rowScaledSums(t0 + i);
     acc[i] = _mm256_setzero_ps();
   }
-  for (int64_t b = 0; b < nb; ++b, w += 144) {
+  for (int64_t b = 0; b < nb; ++b, w += GGMLType::q4KBlock.blockSize) {
     const __m256i sm = q4KScalesMins16(w);
     const __m256i scales = _mm256_permute2x128_si256(sm, sm, 0x00);
     __m256i isum[NT];
@@ -301,7 +302,7 @@ void dotQ6KOne(const uint8_t* w, const QuantizedRows& x, int t, float* out) {
   const float* xd = x.rowD(t);
   const int16_t* xs = x.rowSums(t);
   __m256 acc = _mm256_setzero_ps();
-  for (int64_t b = 0; b < nb; ++b, w += 210, q8 += 256) {
+  for (int64_t b = 0; b < nb; ++b, w += GGMLType::q6KBlock.blockSize, q8 += 256) {
     prefetchAhead<4>(w);
     const __m128i sc = load128(w + 192);
     const __m256i runScales = q6KRunScales(sc);
@@ -336,7 +337,7 @@ void dotQ6KTile(const uint8_t* w, const QuantizedRows& x, int t0, float* out) {
     xs[i] = x.rowSums(t0 + i);
     acc[i] = _mm256_setzero_ps();
   }
-  for (int64_t b = 0; b < nb; ++b, w += 210) {
+  for (int64_t b = 0; b < nb; ++b, w += GGMLType::q6KBlock.blockSize) {
     const __m128i sc = load128(w + 192);
     const __m256i scales = _mm256_cvtepi8_epi16(sc);
     const __m256i runScales = q6KRunScales(sc);

@@ -15,6 +15,7 @@
 // GCC 12's AVX-512 headers trip this warning on their own undefined-value helpers.
 #pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
 #include "llm/f16.h"
+#include "llm/ggml_type.h"
 
 namespace skimlet {
 
@@ -38,7 +39,7 @@ void dotQ8_0(const uint8_t* w, const QuantizedRows& x, int t0, int nt, float* ou
     const float* xd = x.rowD(t0 + i);
     __m256 acc = _mm256_setzero_ps();
     for (int64_t b = 0; b < nb; ++b) {
-      const uint8_t* blk = w + b * 34;
+      const uint8_t* blk = w + b * GGMLType::q8_0Block.blockSize;
       const __m256i q = load256(blk + 2);
       // vpdpbusd wants unsigned weights: move the weight's sign onto the activation.
       const __m256i sum = _mm256_dpbusd_epi32(_mm256_setzero_si256(), _mm256_abs_epi8(q),
@@ -85,7 +86,7 @@ void dotQ4K(const uint8_t* w, const QuantizedRows& x, int t0, int nt, float* out
     accMin[i] = _mm256_setzero_ps();
   }
   for (int64_t b = 0; b < nb; ++b) {
-    const uint8_t* blk = w + b * 144;
+    const uint8_t* blk = w + b * GGMLType::q4KBlock.blockSize;
     const __m128 dm = halves(blk, 2);
     const float d = _mm_cvtss_f32(dm), dmin = _mm_cvtss_f32(_mm_movehdup_ps(dm));
     const __m128i packed = q4KScalesMinsVec(blk + 4);
@@ -127,7 +128,7 @@ void dotQ6K(const uint8_t* w, const QuantizedRows& x, int t0, int nt, float* out
   __m512 acc[kDotTile];
   for (int i = 0; i < nt; ++i) acc[i] = _mm512_setzero_ps();
   for (int64_t b = 0; b < nb; ++b) {
-    const uint8_t* blk = w + b * 210;
+    const uint8_t* blk = w + b * GGMLType::q6KBlock.blockSize;
     const float d = _mm_cvtss_f32(halves(blk + 208, 1));
     const __m256i scales = _mm256_cvtepi8_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i*>(blk + 192)));
     const __m512i scales512 = _mm512_castsi256_si512(scales);

@@ -6,6 +6,7 @@
 
 #include "llm/dequant.h"
 #include "llm/f16.h"
+#include "llm/ggml_type.h"
 #include "llm/quant_dot.h"
 #include "llm/softmax.h"
 
@@ -20,7 +21,7 @@ void dotQ8_0(const uint8_t* w, const QuantizedRows& x, int t0, int nt, float* ou
     const float* xd = x.rowD(t0 + i);
     float acc = 0;
     for (int64_t b = 0; b < nb; ++b) {
-      const uint8_t* blk = w + b * 34;
+      const uint8_t* blk = w + b * GGMLType::q8_0Block.blockSize;
       const int8_t* q = reinterpret_cast<const int8_t*>(blk + 2);
       int sum = 0;
       for (int l = 0; l < 32; ++l) sum += q[l] * xq[32 * b + l];
@@ -38,7 +39,7 @@ void dotQ4K(const uint8_t* w, const QuantizedRows& x, int t0, int nt, float* out
     const int16_t* xs = x.rowSums(t0 + i);
     float acc = 0;
     for (int64_t b = 0; b < nb; ++b) {
-      const uint8_t* blk = w + b * 144;
+      const uint8_t* blk = w + b * GGMLType::q4KBlock.blockSize;
       const uint8_t* qs = blk + 16;
       const int8_t* q8 = xq + 256 * b;
       int sumScaled = 0, sumMins = 0;
@@ -65,7 +66,7 @@ void dotQ6K(const uint8_t* w, const QuantizedRows& x, int t0, int nt, float* out
     const float* xd = x.rowD(t0 + i);
     float acc = 0;
     for (int64_t b = 0; b < nb; ++b) {
-      const uint8_t* blk = w + b * 210;
+      const uint8_t* blk = w + b * GGMLType::q6KBlock.blockSize;
       const int8_t* sc = reinterpret_cast<const int8_t*>(blk + 192);
       const int8_t* q8 = xq + 256 * b;
       int sub[16] = {};

@@ -8,6 +8,7 @@
 
 #include "llm/dequant.h"
 #include "llm/f16.h"
+#include "llm/ggml_type.h"
 
 namespace skimlet {
 
@@ -20,7 +21,7 @@ void dotQ8_0(const uint8_t* w, const QuantizedRows& x, int t0, int nt, float* ou
     const float* xd = x.rowD(t0 + i);
     float32x4_t acc = vdupq_n_f32(0);
     for (int64_t b = 0; b < nb; ++b) {
-      const uint8_t* blk = w + b * 34;
+      const uint8_t* blk = w + b * GGMLType::q8_0Block.blockSize;
       const int8_t* q = reinterpret_cast<const int8_t*>(blk + 2);
       int32x4_t s = vdotq_s32(vdupq_n_s32(0), vld1q_s8(q), vld1q_s8(xq + 32 * b));
       s = vdotq_s32(s, vld1q_s8(q + 16), vld1q_s8(xq + 32 * b + 16));
@@ -35,7 +36,7 @@ void dotQ4K(const uint8_t* w, const QuantizedRows& x, int t0, int nt, float* out
   const uint8x16_t low4 = vdupq_n_u8(0x0F);
   float acc[kDotTile] = {};
   for (int64_t b = 0; b < nb; ++b) {
-    const uint8_t* blk = w + b * 144;
+    const uint8_t* blk = w + b * GGMLType::q4KBlock.blockSize;
     const float d = readHalf(blk), dmin = readHalf(blk + 2);
     uint32_t u[4];
     q4KScalesMins(blk + 4, u);
@@ -71,7 +72,7 @@ void dotQ6K(const uint8_t* w, const QuantizedRows& x, int t0, int nt, float* out
   const int8x16_t bias = vdupq_n_s8(32);
   float acc[kDotTile] = {};
   for (int64_t b = 0; b < nb; ++b) {
-    const uint8_t* blk = w + b * 210;
+    const uint8_t* blk = w + b * GGMLType::q6KBlock.blockSize;
     const int8_t* sc = reinterpret_cast<const int8_t*>(blk + 192);
     const float d = readHalf(blk + 208);
     int8x16_t wq[16];  // run r of 16 values (scale sc[r]) is wq[r]

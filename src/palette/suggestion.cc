@@ -2,6 +2,8 @@
 
 #include <cctype>
 
+#include "text/text_util.h"
+
 namespace skimlet {
 namespace {
 
@@ -19,11 +21,7 @@ Suggestion make(std::string title, std::string icon, std::string fill, bool runs
 bool beginsScroll(std::string_view input) {
   size_t b = 0;
   while (b < input.size() && std::isspace(static_cast<unsigned char>(input[b]))) ++b;
-  std::string lowered;
-  for (size_t i = b; i < input.size() && lowered.size() < 6; ++i) {
-    lowered += static_cast<char>(std::tolower(static_cast<unsigned char>(input[i])));
-  }
-  return lowered == "scroll";
+  return TextUtil::lower(input.substr(b, 6)) == "scroll";
 }
 
 std::vector<Suggestion> suggestionsFor(std::string_view input) {

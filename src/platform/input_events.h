@@ -15,6 +15,7 @@ inline constexpr std::uint64_t none = 0;
 inline constexpr std::uint64_t shift = 0x20000;
 inline constexpr std::uint64_t control = 0x40000;
 inline constexpr std::uint64_t controlShift = 0x60000;
+inline constexpr std::uint64_t option = 0x80000;
 inline constexpr std::uint64_t command = 0x100000;
 }  // namespace keyflags
 
@@ -22,8 +23,15 @@ inline constexpr std::uint64_t command = 0x100000;
 // backend is handed and translates from.
 namespace keycode {
 inline constexpr std::uint16_t a = 0;
+inline constexpr std::uint16_t z = 6;
+inline constexpr std::uint16_t x = 7;
+inline constexpr std::uint16_t c = 8;
 inline constexpr std::uint16_t v = 9;
 inline constexpr std::uint16_t w = 13;
+inline constexpr std::uint16_t r = 15;
+inline constexpr std::uint16_t t = 17;
+inline constexpr std::uint16_t rightBracket = 30;
+inline constexpr std::uint16_t leftBracket = 33;
 inline constexpr std::uint16_t returnKey = 36;
 inline constexpr std::uint16_t tab = 48;
 inline constexpr std::uint16_t space = 49;

@@ -74,7 +74,7 @@ TEST(LocalAIParseIntent, FallsThroughToTheSystemModelOnlyWhenTheOwnAnswerIsUnusa
 // The own model is asked for one short line with the command as typed. Once the line that will
 // be read has ended, the model is stopped rather than left to write on to its limit, and the
 // answer is the same.
-TEST(LocalAIParseIntent, AsksTheOwnModelForOneLineAndStopsItThere) {
+TEST(LocalAIParseIntent, AsksTheOwnModelForOneLine) {
   struct Case {
     const char* reply;
     std::optional<Intent> intent;
@@ -100,7 +100,7 @@ TEST(LocalAIParseIntent, AsksTheOwnModelForOneLineAndStopsItThere) {
   }
 }
 
-TEST(LocalAIChoose, AsksForTheNumberOfAnOptionAndReadsTheDigitsOfTheReply) {
+TEST(LocalAIChoose, ChoiceReadsTheOptionNumberFromTheReply) {
   const std::vector<std::string> options = {"Sign in", "Sign up", "Help", "Cart", "Search"};
   StandInSystemModel system;
   system.choiceReply = LLMChoice{4};
@@ -122,7 +122,7 @@ TEST(LocalAIChoose, AsksForTheNumberOfAnOptionAndReadsTheDigitsOfTheReply) {
   }
 }
 
-TEST(LocalAIChoose, TheSystemModelsIndexMustBeInRangeAndNoOptionsAskNobody) {
+TEST(LocalAIChoose, ChoicesOutsideTheOptionsAreNothing) {
   StandInModel own({"0"});
   StandInSystemModel system;
   system.choiceReply = LLMChoice{0};

@@ -18,7 +18,7 @@ class LiveActions : public LiveTest {
   std::string activeTitle() { return js("document.title").get<std::string>(); }
 };
 
-TEST_F(LiveActions, PressClicksButtonsAndCheckBoxesButNotDisabledOnes) {
+TEST_F(LiveActions, PressActsOnlyOnEnabledControls) {
   load("signin.html");
   EXPECT_EQ(ax().performAction(element("AXButton", "Sign in").element, "AXPress"), ax::Error::success);
   EXPECT_EQ(js("window.clicks.join(',')"), "submit");
@@ -38,7 +38,7 @@ TEST_F(LiveActions, PressClicksButtonsAndCheckBoxesButNotDisabledOnes) {
   EXPECT_EQ(ax().performAction(forward.element, "AXPress"), ax::Error::cannotComplete);
 }
 
-TEST_F(LiveActions, FocusAndValues) {
+TEST_F(LiveActions, FieldsTakeWhatIsSet) {
   load("signin.html");
   auto email = element("AXTextField", "Email address");
   bool settable = false;
@@ -76,7 +76,7 @@ TEST_F(LiveActions, DeleteReachesThePageAsARealKeyEvent) {
   EXPECT_EQ(js("document.getElementById('email').value"), "ab@example.org");
 }
 
-TEST_F(LiveActions, TabsOpenAndSwitch) {
+TEST_F(LiveActions, TabsFollowTheBrowser) {
   load("tab_one.html");
   session().platform().workspace.openURLs({site("tab_two.html"), site("article.html")}, session().app().bundlePath);
   EXPECT_EQ(browser().tabs().size(), 3u);
@@ -98,7 +98,7 @@ TEST_F(LiveActions, TabsOpenAndSwitch) {
   EXPECT_EQ(state.url, site("tab_two.html"));
 }
 
-TEST_F(LiveActions, ScrollingByPageAndByWheel) {
+TEST_F(LiveActions, ScrollingMovesThePage) {
   load("article.html");
   auto webArea = find(chrome(), "AXWebArea", "The Quiet Harbour");
   ASSERT_TRUE(webArea);
@@ -115,7 +115,7 @@ TEST_F(LiveActions, ScrollingByPageAndByWheel) {
   EXPECT_EQ(events.back().action, "scrollWheel");
 }
 
-TEST_F(LiveActions, MouseClicksLandOnThePageAndOnTheBrowserChrome) {
+TEST_F(LiveActions, MouseClicksLandWhereAimed) {
   load("settings.html");
   auto sms = element("AXCheckBox", "Text messages");
   input().postMouseClick(Point{sms.frame->midX(), sms.frame->midY()});

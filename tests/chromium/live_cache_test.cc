@@ -49,7 +49,7 @@ class LiveCache : public LiveTest {
   }
 };
 
-TEST_F(LiveCache, ScrollingFocusAndLinksWithinThePageAreFollowed) {
+TEST_F(LiveCache, InPageChangesAreFollowedWithoutARead) {
   load("long_menu.html");
   movePointer(600, 400);
   browser().forget();

@@ -64,7 +64,7 @@ class LiveCommands : public LiveTest {
   }
 };
 
-TEST_F(LiveCommands, SignInClicksAndTypesIntoNamedAndFocusedFields) {
+TEST_F(LiveCommands, SignInFillsTheForm) {
   load("signin.html");
   ActionResult click = result("click Remember me");
   EXPECT_EQ(click.kind, Kind::success);
@@ -120,7 +120,7 @@ TEST_F(LiveCommands, SignInClicksAndTypesIntoNamedAndFocusedFields) {
   EXPECT_EQ(js("[...document.querySelectorAll('input,textarea')].map(e => e.value).join('')"), "on");
 }
 
-TEST_F(LiveCommands, SignInProfileAndPasswordNeverShown) {
+TEST_F(LiveCommands, SignInNeverShowsThePassword) {
   load("signin.html");
   settings_->setString(Profile::key(ProfileField::name), "Ada Lovelace");
   settings_->setString(Profile::key(ProfileField::email), "ada@example.com");
@@ -168,7 +168,7 @@ TEST_F(LiveCommands, SignInProfileAndPasswordNeverShown) {
   EXPECT_EQ(session().pageState().focusedValue, std::optional<std::string>(maskedText));
 }
 
-TEST_F(LiveCommands, SignInToolbarNavigationAndClipboardKeys) {
+TEST_F(LiveCommands, BrowserKeysReachTheBrowser) {
   load("signin.html");
   // Copy and paste between fields through the keyboard commands.
   result("type copy me into the email field");
@@ -200,7 +200,7 @@ TEST_F(LiveCommands, SignInToolbarNavigationAndClipboardKeys) {
   EXPECT_EQ(location(), site("article.html"));
 }
 
-TEST_F(LiveCommands, ArticleScrollFindListReadCopyAskAndSummarize) {
+TEST_F(LiveCommands, ArticleCommandsReadThePage) {
   load("article.html");
   ActionResult toToday = result("scroll to the harbour today");
   EXPECT_EQ(toToday.kind, Kind::success);
@@ -272,7 +272,7 @@ TEST_F(LiveCommands, ArticleScrollFindListReadCopyAskAndSummarize) {
   EXPECT_EQ(location(), site("links.html#boats"));
 }
 
-TEST_F(LiveCommands, LinksOpenInNewTabsAndByName) {
+TEST_F(LiveCommands, LinksOpenInNewTabs) {
   // Served over HTTP: only web links are ever opened in bulk.
   HttpServer server;
   for (const char* page : {"links.html", "article.html", "signin.html"}) {
@@ -327,7 +327,7 @@ TEST_F(LiveCommands, LinksOpenInNewTabsAndByName) {
   EXPECT_EQ(links.headline, "Found **14** links");
 }
 
-TEST_F(LiveCommands, SettingsRiskyClickAsksFirstAndTogglesControls) {
+TEST_F(LiveCommands, RiskyClicksAskFirst) {
   load("settings.html");
   Outcome risky = command("click Delete account");
   ASSERT_TRUE(risky.confirm());
@@ -356,7 +356,7 @@ TEST_F(LiveCommands, SettingsRiskyClickAsksFirstAndTogglesControls) {
   EXPECT_FALSE(checked("free"));
 }
 
-TEST_F(LiveCommands, TabsByNumberNameAndOrder) {
+TEST_F(LiveCommands, TabsAreChosenAsAsked) {
   load("tab_one.html");
   EXPECT_EQ(result("click Open the tide table").headline, "Clicked **Open the tide table**");
   EXPECT_THAT(tabTitles(), ElementsAre("Tab one: weather", "Tab two: tides"));

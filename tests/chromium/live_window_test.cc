@@ -12,7 +12,7 @@ using chromium::LiveSession;
 
 class LiveWindow : public LiveTest {};
 
-TEST_F(LiveWindow, ApplicationWindowAndBrowserChrome) {
+TEST_F(LiveWindow, WindowLooksLikeADesktopBrowser) {
   load("signin.html");
   EXPECT_EQ(std::get<std::string>(attribute(app(), "AXRole")), "AXApplication");
   EXPECT_EQ(std::get<std::string>(attribute(window(), "AXTitle")), "Sign in - Example Shop");
@@ -43,7 +43,7 @@ TEST_F(LiveWindow, ApplicationWindowAndBrowserChrome) {
   EXPECT_EQ(webAreas, 1);
 }
 
-TEST_F(LiveWindow, FormControlsHaveDesktopRolesLabelsAndStates) {
+TEST_F(LiveWindow, FormControlsLookLikeDesktopControls) {
   load("signin.html");
   js("document.getElementById('password').value = 'hunter2'");
   browser().changed(false);
@@ -87,7 +87,7 @@ TEST_F(LiveWindow, FormControlsHaveDesktopRolesLabelsAndStates) {
   EXPECT_NEAR(email->frame->height, box[3].get<double>(), 0.5);
 }
 
-TEST_F(LiveWindow, ArticleStructureAndScrolledFrames) {
+TEST_F(LiveWindow, ArticleFramesFollowScrolling) {
   load("article.html");
   auto page = this->page();
   auto h2 = find(page, "AXHeading", "History of the harbour");

@@ -62,7 +62,7 @@ TEST(OutcomeJson, EachKindOfOutcomeHasItsKeysInOrder) {
   EXPECT_NE(line.find("Read \xEF\xBF\xBD page"), std::string::npos);
 }
 
-TEST(OutcomeJson, EventsLeadWithTheirTypeAndKeepOnlyTheirOwnDetails) {
+TEST(OutcomeJson, EventsKeepOnlyTheirOwnDetails) {
   Event press;
   press.role = "AXButton", press.label = "Sign in";
   EXPECT_EQ(jsonLine(eventJson(press)), R"({"type":"press","label":"Sign in","role":"AXButton"})");
@@ -71,7 +71,7 @@ TEST(OutcomeJson, EventsLeadWithTheirTypeAndKeepOnlyTheirOwnDetails) {
   EXPECT_EQ(jsonLine(eventJson(key)), R"({"type":"key","flags":1048576,"keyCode":36})");
 }
 
-TEST(OutcomeText, MarkdownIsRenderedForATerminalAndPlainForAPipe) {
+TEST(OutcomeText, MarkdownSuitsTheOutput) {
   EXPECT_EQ(OutcomeText(false).markdown("Clicked **Sign \\*in\\*** now"), "Clicked Sign *in* now");
   EXPECT_EQ(OutcomeText(true).markdown("Clicked **Sign in"), "Clicked \x1b[1mSign in\x1b[22m");
 
@@ -114,8 +114,7 @@ class TempFile {
  public:
   // Named after the test, as tests of this program run side by side.
   explicit TempFile(const std::string& text)
-      : path_(::testing::TempDir() + "cli_test_" + ::testing::UnitTest::GetInstance()->current_test_info()->name() +
-              std::to_string(count_++) + ".json") {
+      : path_(testing::scratchPath("recording" + std::to_string(count_++) + ".json")) {
     std::ofstream(path_) << text;
   }
   ~TempFile() { std::remove(path_.c_str()); }

@@ -9,12 +9,13 @@
 #include "model_choice.h"
 #include "support/engine_on_page.h"
 #include "support/gguf_writer.h"
+#include "support/paths.h"
 
 namespace skimlet::cli {
 namespace {
 
-TEST(LocalModelPath, ACommandTheRulesMissReachesTheRealEngineAndComesBackSane) {
-  const std::string path = ::testing::TempDir() + "skimlet-local-model-path.gguf";
+TEST(LocalModelPath, ACommandTheRulesMissReachesTheEngine) {
+  const std::string path = testing::scratchPath("model.gguf");
   testing::writeRandomModel(path, testing::RandomModel{}, 7);
   Models models(ModelChoice{ModelChoice::Source::file, path});
   ASSERT_EQ(models.load(), std::nullopt);

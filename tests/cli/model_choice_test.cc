@@ -18,12 +18,7 @@ namespace {
 
 const std::string kNoModel = "No local model \u2014 using built-in rules";
 
-std::string scratch(const std::string& name) {
-  const auto* info = ::testing::UnitTest::GetInstance()->current_test_info();
-  return ::testing::TempDir() + "skimlet-" + info->name() + "-" + name;
-}
-
-TEST(ModelOptions, TakeTheirValueAndRefuseContradictions) {
+TEST(ModelOptions, RefuseContradictions) {
   const Args args = {"--json", "--model", "m.gguf", "--no-model", "--model", "--json"};
   ModelChoice choice;
   std::string problem;
@@ -53,10 +48,10 @@ TEST(ModelOptions, TakeTheirValueAndRefuseContradictions) {
 
 // A file that is not a model never stops a command: the load error is recorded and reads as no
 // usable model, and commands are understood by the rules and the fallback.
-TEST(Models, ABrokenOrMissingFileIsTheLoadErrorAndCommandsGoOn) {
-  const std::string broken = scratch("broken.gguf");
+TEST(Models, ABrokenFileIsTheLoadError) {
+  const std::string broken = testing::scratchPath("broken.gguf");
   std::ofstream(broken) << "GGUF but not really";
-  for (const std::string& file : {broken, scratch("missing.gguf")}) {
+  for (const std::string& file : {broken, testing::scratchPath("missing.gguf")}) {
     Models models(ModelChoice{ModelChoice::Source::file, file});
     EXPECT_EQ(models.modelPath(), file);
     const auto error = models.load();
@@ -78,7 +73,7 @@ TEST(Models, ABrokenOrMissingFileIsTheLoadErrorAndCommandsGoOn) {
   EXPECT_EQ(none.ai().statusText(), kNoModel);
 }
 
-TEST(IntentEval, ReadsCasesSkippingCommentsAndReportingMalformedLines) {
+TEST(IntentEval, ReportsMalformedLines) {
   std::istringstream in(
       "# command\texpected\n"
       "go back\tGo back\n"
@@ -120,7 +115,7 @@ TEST(IntentEval, TheShippedSetHoldsAtLeast150CommandsTheRulesMiss) {
   EXPECT_GE(missed, 150) << "understood by the rules:" << understoodByRules;
 }
 
-TEST(IntentEval, WithoutAModelMissesAreShownAndTheModelShareSaysSo) {
+TEST(IntentEval, WithoutAModelMissesAreShown) {
   const std::vector<IntentCase> cases = {
       {1, "go back", "Go back"},
       {2, "zorp", "Reload"},
@@ -138,7 +133,7 @@ TEST(IntentEval, WithoutAModelMissesAreShownAndTheModelShareSaysSo) {
   EXPECT_EQ(t.reachedModel, 0);
 }
 
-TEST(IntentEval, CountsWhatReachedTheModelAndItsTime) {
+TEST(IntentEval, CountsWhatReachedTheModel) {
   // Three commands reach the model: one answered right, one wrongly, one with nothing usable.
   testing::StandInModel own({"back||0||", "reload||0||", "unknown||0||"});
   const std::vector<IntentCase> cases = {

@@ -23,7 +23,7 @@ std::vector<Key> decode(KeyDecoder& d, const std::string& bytes, bool moreMayFol
 
 Key key(T t, std::string text = {}) { return Key{t, std::move(text)}; }
 
-TEST(KeyDecoder, SequencesControlBytesAndText) {
+TEST(KeyDecoder, DecodesEveryKindOfInput) {
   struct Case {
     std::string bytes;
     std::vector<Key> keys;
@@ -90,7 +90,7 @@ TEST(LineEditor, EditsByWholeCharacters) {
   EXPECT_EQ(e.cursor(), 0u);
 }
 
-TEST(TerminalWidth, EscapesTakeNoRoomAndWideCharactersTwo) {
+TEST(TerminalWidth, CountsColumnsAsShown) {
   EXPECT_EQ(displayWidth("\x1b[1mSign in\x1b[22m"), 7);
   EXPECT_EQ(displayWidth("日本語"), 6);
   EXPECT_EQ(displayWidth("e\xcc\x81"), 1);  // e and a combining accent
@@ -150,7 +150,7 @@ TEST_F(PaletteScreen, ALongCommandScrollsSoTheCursorStaysInView) {
   EXPECT_EQ(shown[0].substr(shown[0].size() - 2), "yz");
 }
 
-TEST_F(PaletteScreen, ChoicesMarkTheSelectionAndConfirmationsSayTheirKeys) {
+TEST_F(PaletteScreen, QuestionsShowTheirKeys) {
   ChoiceSet choice{"Which one do you mean?", {ChoiceOption(), ChoiceOption()}};
   choice.options[0].title = "Member pricing", choice.options[1].title = "Student pricing";
   choice.options[0].subtitle = choice.options[1].subtitle = "Link";
@@ -165,7 +165,7 @@ TEST_F(PaletteScreen, ChoicesMarkTheSelectionAndConfirmationsSayTheirKeys) {
                                                "  Return or y: Click · Esc or n: cancel"}));
 }
 
-TEST_F(PaletteScreen, AStreamingAnswerShowsItsNewestLinesAndAFinishedOneStaysAbove) {
+TEST_F(PaletteScreen, AStreamingAnswerShowsItsNewestLines) {
   ActionResult partial = ActionResult::info("**What does shipping cost?**", std::string());
   partial.isPartial = true;
   for (int i = 1; i <= 40; ++i) *partial.body += "Line " + std::to_string(i) + "\n";

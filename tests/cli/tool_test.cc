@@ -66,7 +66,7 @@ TEST(Tool, APasswordIsNeverRepeated) {
 }
 
 #if !defined(__APPLE__)
-TEST(Tool, RunOnALivePageRunsEachCommandAndReportsTheBrowserAfterwards) {
+TEST(Tool, RunOnALivePageReportsTheBrowser) {
   if (!chromium::LiveSession::available()) GTEST_SKIP() << "no Chromium installed";
   // One --confirm answers every command that asks; a failed command makes the exit status 1.
   auto r = tool("run --url " + testing::sourcePath("tests/site/settings.html") +

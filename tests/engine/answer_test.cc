@@ -46,7 +46,7 @@ TEST(Ask, WithoutAModelTheSentencesOfTheBestSectionsAnswer) {
   EXPECT_EQ(blank.run(intents::Summarize{}).headline, "Nothing to summarize");
 }
 
-TEST(Ask, LocalModelGetsTheExcerptsAndStreamsItsAnswer) {
+TEST(Ask, LocalModelAnswersFromTheExcerpts) {
   const std::string reply = "Express shipping costs $12.50.";
   StandInModel model({reply});
   EngineOnPage page("help_centre.json", &model);
@@ -95,7 +95,7 @@ TEST(Ask, NoPartialsReachTheStreamAfterCancelOrRelease) {
   EXPECT_EQ(delivered, 0);
 }
 
-TEST(Ask, OtherModelsAndTheModelNote) {
+TEST(Ask, TheAnswerNamesItsModel) {
   StandInModel broken;
   broken.loadError = "the model file is damaged";
   ActionResult r = EngineOnPage("help_centre.json", &broken).run(intents::Ask{question});
@@ -147,7 +147,7 @@ TEST(Summarize, ExtractiveWithoutAModelElseTheCondensedPageStreamed) {
   EXPECT_TRUE(local.partials.back().items.empty());
 }
 
-TEST(Ask, WithoutAModelAPageQuestionGetsTheTitleAndLeadAndAnUnknownOneSaysSo) {
+TEST(Ask, WithoutAModelQuestionsAboutThePageGetItsLead) {
   EngineOnPage page("help_centre.json");
   ActionResult what = page.result("what is this page");
   EXPECT_EQ(what.kind, ActionResult::Kind::info);

@@ -46,11 +46,5 @@ TEST(InputTyping, OneKeyPairPerCharacterKeepsClustersWhole) {
   EXPECT_EQ(clock.sleeps, 3);
 }
 
-TEST(InputTyping, MalformedBytesBecomeReplacementCharacters) {
-  EXPECT_EQ(Input::utf16("a\xFF" "b"), u"a\uFFFDb");
-  EXPECT_EQ(Input::utf16("\xE2\x82"), u"\uFFFD\uFFFD");  // cut-off sequence
-  EXPECT_EQ(Input::utf16("€"), u"€");
-}
-
 }  // namespace
 }  // namespace skimlet

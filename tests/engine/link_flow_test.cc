@@ -12,7 +12,7 @@ using ::testing::Contains;
 using ::testing::ElementsAre;
 using testing::EngineOnPage;
 
-TEST(OpenLink, ByNameAndFallingBackToButtons) {
+TEST(OpenLink, ByNameElseAButton) {
   EngineOnPage news("engine_news.json");
   ActionResult r = news.result("open the pricing faq link");
   EXPECT_EQ(r.headline, "Clicked **Pricing FAQ**");
@@ -47,7 +47,7 @@ TEST(OpenLinks, OnlyWebLinksThatMentionTheWordsOnceEach) {
   EXPECT_TRUE(page.events().empty());
 }
 
-TEST(OpenLinks, FourOrMoreAskFirstAndFifteenAtMost) {
+TEST(OpenLinks, ManyLinksAskFirst) {
   EngineOnPage page("engine_news.json");
   Outcome docs = page.command("open all links about docs");
   const Confirmation* confirm = docs.confirm();

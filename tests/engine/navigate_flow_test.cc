@@ -37,7 +37,7 @@ TEST(Navigate, PressesTheToolbarButtonWhenThereIsOne) {
   }
 }
 
-TEST(Navigate, ADisabledButtonFailsAndSendsNothing) {
+TEST(Navigate, ADisabledButtonFails) {
   EngineOnPage checkout("engine_checkout.json");
   ActionResult back = checkout.result("go back");
   EXPECT_EQ(back.kind, ActionResult::Kind::failure);
@@ -96,7 +96,7 @@ TEST(Navigate, WorksWhenNoWindowCanBeRead) {
   EXPECT_EQ(page.result("switch to the weather tab").headline, "No tab matches “weather”");
 }
 
-TEST(Tabs, ByNumberClampedToNineAndBringingTheBrowserForward) {
+TEST(Tabs, ByNumberUpToNine) {
   EngineOnPage page("engine_signup.json");  // Chrome, behind another application
   const Pid chrome = page.backend->app().pid;
   EXPECT_FALSE(page.backend->workspace().isActive(chrome));

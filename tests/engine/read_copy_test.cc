@@ -36,7 +36,7 @@ memory::Recording paragraphPage(int chars, const std::string& pageTitle = "Terms
   return r;
 }
 
-TEST(Read, ThePageAsTextWithItsTitleAndWordCount) {
+TEST(Read, ThePageAsText) {
   EngineOnPage page("help_centre.json");
   const std::string text = page.engine->snapshot()->text();
   ActionResult r = page.result("read the page");

@@ -163,7 +163,7 @@ TEST(TypeFlow, CloseFieldsGoToTheModelThenToTheUser) {
   EXPECT_EQ(model.requests()[0].user, "User wants: “name” field\nOptions:\n0: First name\n1: Last name");
 }
 
-TEST(FillProfile, UsesTheSavedValueAndNeverInventsOne) {
+TEST(FillProfile, NeverInventsAValue) {
   EngineOnPage page("engine_signup.json");
   page.backend->settings().setString("profile.email", "  ada@example.com \n");
   ActionResult r = page.run(intents::FillProfile{ProfileField::email, fieldNamed("email")});

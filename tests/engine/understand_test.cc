@@ -12,7 +12,7 @@ using testing::StandInModel;
 using testing::StandInSystemModel;
 using Stage = Understanding::Stage;
 
-TEST(Understand, RulesComeFirstAndTheModelOnlyWhenTheyFail) {
+TEST(Understand, TheModelOnlyWhenTheRulesFail) {
   StandInModel model({"scroll_down||0||"});
   LocalAI ai(&model, nullptr);
   int announced = 0;
@@ -79,7 +79,7 @@ TEST(Understand, BlankCommandsAreNotUnderstoodAtAll) {
   EXPECT_TRUE(model.requests().empty());
 }
 
-TEST(Understand, FallbackFindsShortPhrasesAndAsksLongerOnes) {
+TEST(Understand, FallbackDependsOnLength) {
   LocalAI none(nullptr, nullptr);
   auto four = understand("  organic cotton shirts anywhere  ", none);
   ASSERT_TRUE(four);

@@ -21,7 +21,7 @@ void expectTitles(const std::vector<std::pair<std::string, std::string>>& cases)
   for (const auto& [command, expected] : cases) EXPECT_EQ(understood(command), expected) << "command: " << command;
 }
 
-TEST(IntentParserOrder, NavigationAndKeysBeforeTargets) {
+TEST(IntentParserOrder, NavigationComesBeforeTargets) {
   expectTitles({
       {"go back", "Go back"},
       {"previous page", "Go back"},

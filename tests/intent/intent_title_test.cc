@@ -13,15 +13,14 @@ TargetSpec target(std::string query, std::optional<int> ordinal = {}, RoleHint r
   return TargetSpec{std::move(query), ordinal, role, std::move(nextTo)};
 }
 
-TEST(TargetSummary, PartsInOrderAndTheirEdges) {
+TEST(TargetSummary, NamesEachPartInOrder) {
   EXPECT_EQ(target("sign in", 2, RoleHint::button).summary(), "second “sign in” button");
   EXPECT_EQ(target("").summary(), "element");
   EXPECT_EQ(target("", {}, RoleHint::any, "Search").summary(), "next to “Search”");
   EXPECT_EQ(target("", -1, RoleHint::result).summary(), "last result");
   EXPECT_EQ(target("Item", 11).summary(), "#11 “Item”");
   EXPECT_EQ(target("x", 10).summary(), "tenth “x”");
-  // Ordinal 0 contributes an empty word, so the joined summary starts with a space.
-  EXPECT_EQ(target("Go", 0).summary(), " “Go”");
+  EXPECT_EQ(target("Go", 0).summary(), "“Go”");  // no word for 0, and no space before the rest
   EXPECT_EQ(target("Submit", {}, RoleHint::button, "email field").summary(),
             "“Submit” button next to “email field”");
 }
@@ -41,7 +40,7 @@ TEST(IntentTitle, TypedTextIsCutAt24CharactersCountedAsUserSees) {
   EXPECT_EQ(title(Type{accents, {}, false}), "Type “" + cut + "…”");
 }
 
-TEST(RawValues, RoundTripAndCaseSensitivity) {
+TEST(RawValues, RawValuesRoundTrip) {
   for (RoleHint r : {RoleHint::any, RoleHint::button, RoleHint::link, RoleHint::field, RoleHint::checkbox,
                      RoleHint::tab, RoleHint::image, RoleHint::heading, RoleHint::result})
     EXPECT_EQ(roleHintFromRaw(rawValue(r)), r);

@@ -124,7 +124,7 @@ TEST(BPETokenizer, MergesAsPassByPassMergingWould) {
   }
 }
 
-TEST(BPETokenizer, UnknownSymbolsAreDroppedAndMarkersAreText) {
+TEST(BPETokenizer, UnknownSymbolsAreDropped) {
   BPETokenizer t = make({"a b"});
   EXPECT_TRUE(t.encode("").empty());
   // "ab" merges to a token; the vocabulary lacks nothing here, but a merge result that is not
@@ -157,7 +157,7 @@ TEST(BPETokenizer, EveryByteRoundTrips) {
   EXPECT_EQ(std::string(marker.begin(), marker.end()), "<|im_end|>");
 }
 
-TEST(BPETokenizer, LaterDuplicatesWinAndTheCacheStopsGrowing) {
+TEST(BPETokenizer, LaterDuplicatesWin) {
   std::vector<std::string> tokens = byteAlphabet();
   tokens.push_back("ab");
   tokens.push_back("ab");

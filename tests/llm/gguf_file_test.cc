@@ -61,7 +61,7 @@ TEST(GGUFFile, OpeningFailuresHaveTheirMessages) {
   EXPECT_EQ(messageOf(scratchPath("zeros.gguf")), "Not a GGUF file");
 }
 
-TEST(GGUFFile, VersionTwoAndLaterAreRead) {
+TEST(GGUFFile, VersionsFromTwoOnAreRead) {
   for (uint32_t version : {1u, 2u, 3u, 99u}) {
     GGUFWriter w;
     w.version = version;
@@ -119,7 +119,7 @@ TEST(GGUFFile, EveryValueTypeReadsAsItsKind) {
   EXPECT_FALSE(f.stringValue("u8"));
 }
 
-TEST(GGUFFile, OnlyTheVocabularyAndMergeListsAreKept) {
+TEST(GGUFFile, OnlyTokenizerListsAreKept) {
   GGUFWriter w;
   w.addStrings("tokenizer.ggml.tokens", {"a", "b", "ab"});
   w.addStrings("tokenizer.ggml.merges", {"a b"});
@@ -144,7 +144,7 @@ TEST(GGUFFile, OnlyTheVocabularyAndMergeListsAreKept) {
   EXPECT_EQ(f.intValue("dup"), 2);
 }
 
-TEST(GGUFFile, UnsupportedValueAndArrayTypes) {
+TEST(GGUFFile, UnsupportedTypesAreRefused) {
   GGUFWriter bad;
   bad.addRaw("x", 13, {0, 0, 0, 0});
   EXPECT_EQ(messageOf(written(bad, "value.gguf")), "Unsupported GGUF value type 13");
@@ -182,7 +182,7 @@ TEST(GGUFFile, DataStartFollowsTheAlignment) {
   EXPECT_EQ(messageOf(scratchPath("nodata.gguf")), "Truncated model file");
 }
 
-TEST(GGUFFile, MatricesAndVectors) {
+TEST(GGUFFile, TensorsAreViewedInPlace) {
   GGUFWriter w;
   w.addTensor("m", {2, 3}, GGMLType::f32, f32Bytes({1, 2, 3, 4, 5, 6}));
   const uint16_t halves[] = {0x3C00, 0xC000, 0x3800, 0x0000};  // 1, -2, 0.5, 0

@@ -63,7 +63,7 @@ TEST(BlockFormats, Q8_0ScalesSignedBytes) {
   for (int i = 0; i < 32; ++i) EXPECT_EQ(out[i], 0.5f * (i - 16));
 }
 
-TEST(BlockFormats, Q4KUnpacksSixBitScalesAndMinimums) {
+TEST(BlockFormats, Q4KUnpacksSixBitScales) {
   uint8_t block[144] = {};
   putHalf(block, 0x3C00);      // d = 1
   putHalf(block + 2, 0x0000);  // dmin = 0
@@ -100,7 +100,7 @@ TEST(BlockFormats, Q4KUnpacksSixBitScalesAndMinimums) {
   EXPECT_EQ(m, 33);
 }
 
-TEST(BlockFormats, Q6KCombinesLowAndHighBitsWithSignedScales) {
+TEST(BlockFormats, Q6KCombinesItsBits) {
   uint8_t block[210] = {};
   putHalf(block + 208, 0x3C00);  // d = 1
   for (int r = 0; r < 16; ++r) block[192 + r] = static_cast<uint8_t>(static_cast<int8_t>(r - 8));
@@ -122,7 +122,7 @@ TEST(BlockFormats, Q6KCombinesLowAndHighBitsWithSignedScales) {
   EXPECT_EQ(out[128 + 17], -32.0f * 1);  // same qh byte, bits 0-1 still zero; run 9, scale 1
 }
 
-TEST(BlockFormats, RowsConvertEachTypeAndSkipUnsupportedOnes) {
+TEST(BlockFormats, RowsConvertEachSupportedType) {
   std::mt19937 rng(3);
   std::normal_distribution<float> normal(0, 1);
   std::vector<float> x(3 * 256);

@@ -7,12 +7,9 @@
 #include <string>
 #include <vector>
 
-namespace skimlet::testing {
+#include "support/paths.h"
 
-inline std::string scratchPath(const std::string& name) {
-  const auto* info = ::testing::UnitTest::GetInstance()->current_test_info();
-  return ::testing::TempDir() + "skimlet-" + info->test_suite_name() + "-" + info->name() + "-" + name;
-}
+namespace skimlet::testing {
 
 inline void writeBytes(const std::string& path, const std::vector<uint8_t>& bytes) {
   std::FILE* f = std::fopen(path.c_str(), "wb");

@@ -105,7 +105,7 @@ struct Partials {
   }
 };
 
-TEST(LocalModelRuntime, StreamsWholeCharactersAndTrimsTheAnswer) {
+TEST(LocalModelRuntime, StreamsWholeCharacters) {
   const std::string path = scratchPath("model.gguf");
   // "h", "é" (two bytes), "!", "€" (three bytes).
   writeScriptedModel(path, answering("h\xC3\xA9!\xE2\x82\xAC"));
@@ -134,7 +134,7 @@ TEST(LocalModelRuntime, StreamsWholeCharactersAndTrimsTheAnswer) {
   EXPECT_EQ(cut.texts, std::vector<std::string>{"a"});
 }
 
-TEST(LocalModelRuntime, StopTokensAndTheTokenLimitEndTheText) {
+TEST(LocalModelRuntime, TheTextEndsAtAStopOrTheLimit) {
   const std::string path = scratchPath("model.gguf");
   for (int stop : {kImEnd, kEndOfText}) {
     writeScriptedModel(path, {{kNewline, stop}});
@@ -157,7 +157,7 @@ TEST(LocalModelRuntime, StopTokensAndTheTokenLimitEndTheText) {
   EXPECT_EQ(blank.generate("sys", "hi", 10), std::nullopt);
 }
 
-TEST(LocalModelRuntime, StopIsHonouredBetweenTokensAndBeforeTheFirst) {
+TEST(LocalModelRuntime, StopIsHonouredBetweenTokens) {
   const std::string path = scratchPath("model.gguf");
   writeScriptedModel(path, kEndless);
   LocalModelRuntime runtime(at(path));
@@ -280,7 +280,7 @@ TEST(LocalModelRuntime, LongUserTextsAreCutByAFifthUntilTheyFitShortOnesNever) {
   }
 }
 
-TEST(LocalModelRuntime, LoadFailuresAreRecordedAndRetried) {
+TEST(LocalModelRuntime, LoadFailuresAreRetried) {
   const std::string path = scratchPath("model.gguf");
   std::filesystem::remove(path);
   LocalModelRuntime runtime(at(path));

@@ -1,5 +1,4 @@
 #include <gtest/gtest.h>
-#include <stdlib.h>
 
 #include <chrono>
 #include <filesystem>
@@ -11,17 +10,13 @@
 #include "llm/model_files.h"
 #include "llm/model_store.h"
 #include "support/http_server.h"
+#include "support/paths.h"
 
 namespace skimlet {
 namespace {
 
 namespace fs = std::filesystem;
 using testing::HttpServer;
-
-fs::path scratchDir() {
-  std::string pattern = (fs::temp_directory_path() / "skimlet-store-XXXXXX").string();
-  return fs::path(mkdtemp(pattern.data()));
-}
 
 std::string ggufBody(size_t size) {
   std::string body = "GGUF";
@@ -43,7 +38,7 @@ class ModelStoreTest : public ::testing::Test {
  protected:
   static constexpr int64_t minimum = 64 * 1024;
 
-  void SetUp() override { dir_ = scratchDir() / "Skimlet"; }
+  void SetUp() override { dir_ = fs::path(testing::scratchDir()) / "Skimlet"; }
   void TearDown() override { fs::remove_all(dir_.parent_path()); }
 
   // A store for `path` on the local server that records every state it reports.
@@ -70,7 +65,7 @@ class ModelStoreTest : public ::testing::Test {
   std::vector<ModelStore::State> seen_;
 };
 
-TEST(ModelFilesTest, FolderAndInstalledRule) {
+TEST(ModelFilesTest, InstalledMeansAFullFileInTheFolder) {
   const char* oldXdg = getenv("XDG_DATA_HOME");
   std::string saved = oldXdg ? oldXdg : "";
   setenv("XDG_DATA_HOME", "/data/home", 1);
@@ -84,7 +79,7 @@ TEST(ModelFilesTest, FolderAndInstalledRule) {
             "https://huggingface.co/Qwen/Qwen2.5-1.5B-Instruct-GGUF/resolve/main/qwen2.5-1.5b-instruct-q4_k_m.gguf");
 
   // Sizes around the limit, as sparse files.
-  fs::path dir = scratchDir();
+  fs::path dir = testing::scratchDir();
   EXPECT_FALSE(ModelFiles::isInstalled(dir));
   fs::path model = dir / ModelFiles::fileName;
   std::ofstream(model).put('G');
@@ -98,7 +93,7 @@ TEST(ModelFilesTest, FolderAndInstalledRule) {
   fs::remove_all(dir);
 }
 
-TEST_F(ModelStoreTest, DownloadsWithProgressAndInstalls) {
+TEST_F(ModelStoreTest, DownloadInstallsTheModel) {
   std::string body = ggufBody(minimum);
   server_.route("/model", {200, body, std::nullopt, 8192, 1});
   auto s = store("/model");
@@ -133,7 +128,7 @@ TEST_F(ModelStoreTest, DownloadsWithProgressAndInstalls) {
   EXPECT_FALSE(fs::exists(again->modelPath()));
 }
 
-TEST_F(ModelStoreTest, RejectedDownloadsSayWhyAndLeaveNothingBehind) {
+TEST_F(ModelStoreTest, RejectedDownloadsLeaveNothingBehind) {
   struct Case {
     const char* path;
     HttpServer::Response response;
@@ -185,7 +180,7 @@ TEST_F(ModelStoreTest, FolderThatCannotBeMadeFails) {
   EXPECT_EQ(server_.hits("/model"), 0);
 }
 
-TEST_F(ModelStoreTest, SecondDownloadJoinsTheFirstAndCancelCleansUp) {
+TEST_F(ModelStoreTest, OneDownloadAtATime) {
   // 1 MB at 4 kB every 5 ms: several seconds, plenty of time to cancel.
   server_.route("/slow", {200, ggufBody(1 << 20), std::nullopt, 4096, 5});
   auto s = store("/slow");

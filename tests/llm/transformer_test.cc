@@ -96,7 +96,7 @@ TEST(Transformer, CachedPrefixesGiveTheLogitsOfAFullRun) {
   }
 }
 
-TEST(Transformer, OptionalTensorsAndChatMarkers) {
+TEST(Transformer, OptionalTensorsMayBeMissing) {
   const std::string path = scratchPath("model.gguf");
   testing::RandomModel llama;
   llama.arch = "llama";

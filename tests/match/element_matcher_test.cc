@@ -24,7 +24,7 @@ std::vector<int> ids(const MatchList& list) {
   return out;
 }
 
-TEST(Score, ExactSquashedPhraseTokenAndAliases) {
+TEST(Score, ScoresByHowTheLabelMatches) {
   EXPECT_EQ(ElementMatcher::score("Sign-in!", "sign in"), 100);  // punctuation is only a blank
   EXPECT_EQ(ElementMatcher::score("Log In", "login"), 96);
   EXPECT_NEAR(ElementMatcher::score("See our shipping rates today", "shipping rates"), 8 + 82 / 1.21, 1e-9);
@@ -58,7 +58,7 @@ TEST(Fits, LinksAreResultsNeverButtons) {
   EXPECT_TRUE(ElementMatcher::fits(search, RoleHint::field));
 }
 
-TEST(Matches, VisibleOnlyTiesInPageOrderAndOrdinals) {
+TEST(Matches, CandidatesAreVisibleInPageOrder) {
   std::vector<PageElement> page = {
       el(0, "AXWebArea", "Save"),         el(1, "AXButton", "Save", Rect{0, 0, 0, 20}),  // zero width
       el(2, "AXButton", "Save", std::nullopt), el(3, "AXButton", "Save draft"),
@@ -90,7 +90,7 @@ TEST(Matches, VisibleOnlyTiesInPageOrderAndOrdinals) {
   EXPECT_EQ(last.matches[0].reason, "last of 7 matching");
 }
 
-TEST(Matches, PurposeNarrowsAndPressableClimbs) {
+TEST(Matches, PurposeNarrowsTheCandidates) {
   std::vector<PageElement> page = {
       el(0, "AXGroup", "", Rect{0, 0, 300, 100}, std::nullopt, {"AXPress"}),  // an unnamed clickable card
       el(1, "AXStaticText", "Weekly deals", Rect{10, 10, 100, 20}, 0),

@@ -5,7 +5,7 @@
 namespace skimlet {
 namespace {
 
-TEST(Safety, WholeWordsAfterFoldingAndEarlierRulesWin) {
+TEST(Safety, RulesMatchWholeWords) {
   const std::string purchase = "This may submit a purchase.", publish = "This may send or publish content.";
   EXPECT_EQ(Safety::assess("Pay now"), purchase);
   EXPECT_EQ(Safety::assess("Check-out →"), purchase);

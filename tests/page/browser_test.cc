@@ -162,7 +162,7 @@ TEST(BrowserTracker, FrontBrowserElseTheLastActivatedOneStillRunning) {
   EXPECT_EQ(started.current()->adapter->name(), "Edge");
 }
 
-TEST(PageSnapshotCapture, ReadsTheChosenWebAreaAndNamesThePage) {
+TEST(PageSnapshotCapture, ReadsTheWebAreaTheAdapterChooses) {
   Node small = webArea("https://ads.example/", "Ad", {button("Buy")});
   small.frame = Rect{0, 0, 300, 250};
   memory::Recording r = testing::browserWindow({button("Sign in")}, "com.google.Chrome", "https://example.com/a",

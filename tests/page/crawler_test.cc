@@ -24,7 +24,7 @@ std::vector<PageElement> crawl(memory::Backend& b, Crawler::Limits limits = Craw
   return Crawler::crawl(b.ax(), b.clock(), b.window(), limits);
 }
 
-TEST(Crawler, WalksInDocumentOrderWithDenseIdsParentsAndDepths) {
+TEST(Crawler, WalksInDocumentOrder) {
   memory::Backend b(testing::plainWindow({group({Node{.role = "AXHeading", .title = "A"}, group({button("A1")}), button("A2")}),
                                 button("B")}));
   auto elements = crawl(b);
@@ -42,7 +42,7 @@ TEST(Crawler, WalksInDocumentOrderWithDenseIdsParentsAndDepths) {
   EXPECT_EQ(elements[0].element, b.window());
 }
 
-TEST(Crawler, NodeAndDepthLimits) {
+TEST(Crawler, StopsAtItsLimits) {
   memory::Backend lone(testing::plainWindow({}));
   auto one = crawl(lone);
   ASSERT_EQ(one.size(), 1u);
@@ -71,7 +71,7 @@ TEST(Crawler, StopsAtTheDeadlineCheckedOncePerElement) {
   EXPECT_EQ(crawl(b, limits).size(), 3u);
 }
 
-TEST(Crawler, LeavesOutHiddenSubtreesAndKeepsIdsDense) {
+TEST(Crawler, LeavesOutHiddenSubtrees) {
   Node hidden = group({button("inside hidden")});
   hidden.hidden = true;
   Node shown = button("shown");
@@ -82,7 +82,7 @@ TEST(Crawler, LeavesOutHiddenSubtreesAndKeepsIdsDense) {
   EXPECT_EQ(elements[2].id, 2);
 }
 
-TEST(Crawler, ReadsFieldsNeutrallyAndNeverAPasswordsValue) {
+TEST(Crawler, NeverReadsAPasswordsValue) {
   Node password{.role = "AXTextField", .subrole = "AXSecureTextField", .value = std::string("••••••"),
                 .enabled = false};
   Node plain{.role = "AXStaticText", .title = "t", .description = "d", .help = "h", .placeholder = "p",

@@ -40,7 +40,7 @@ TEST(PageElementLabel, OtherElementsMayBeNamedByTheirValue) {
   EXPECT_TRUE(blank.labels().empty());
 }
 
-TEST(Roles, ClickableTextInputAndTheRolesWhoseActionsAreRead) {
+TEST(Roles, RoleSetsHoldTheirRoles) {
   struct Case {
     const char* role;
     bool clickable, textInput, actionsRead;
@@ -78,7 +78,7 @@ TEST(AXHelpers, ValuesAsText) {
   EXPECT_EQ(texts, (std::vector<std::string>{"", "Sign in", "3", "-2", "0.5", "1", "", ""}));
 }
 
-TEST(AXHelpers, RectNeedsBothPartsOfTheRightKindAndFiniteNumbers) {
+TEST(AXHelpers, RectNeedsFiniteNumbers) {
   EXPECT_EQ(AX::rect(Point{1, 2}, Size{3, 4}), (Rect{1, 2, 3, 4}));
   EXPECT_FALSE(AX::rect(Point{1, 2}, ax::Value{}));
   EXPECT_FALSE(AX::rect(Size{1, 2}, Size{3, 4}));
@@ -119,7 +119,7 @@ TEST(AXHelpers, MultiGivesOneEntryPerNameWithFailuresAsNothing) {
   for (const auto& value : none) EXPECT_TRUE(std::holds_alternative<std::monostate>(value));
 }
 
-TEST(AXHelpers, FrameActionsParentAndPrivacySettings) {
+TEST(AXHelpers, ElementReadsGoThroughTheInterface) {
   memory::Backend b(page());
   auto go = *b.find("AXButton", "Go");
   EXPECT_EQ(AX::frame(b.ax(), go), (Rect{10, 20, 30, 40}));

@@ -33,7 +33,7 @@ std::vector<L> read(const std::vector<PageElement>& elements) {
 
 PageElement staticText(std::string value) { return PageElement{.role = "AXStaticText", .value = std::move(value)}; }
 
-TEST(PageReaderLines, TextRunsAndInlineLinksOfOneParagraphMergeIntoOneLine) {
+TEST(PageReaderLines, OneParagraphIsOneLine) {
   ElementList page;
   int p = page.add({.role = "AXGroup"});
   page.add(staticText("The council"), p);
@@ -50,7 +50,7 @@ TEST(PageReaderLines, TextRunsAndInlineLinksOfOneParagraphMergeIntoOneLine) {
                                         {"Next paragraph.", Kind::text}}));
 }
 
-TEST(PageReaderLines, TextFallsBackToTitleThenDescriptionAndListItemsAreItems) {
+TEST(PageReaderLines, TextComesFromValueTitleOrDescription) {
   ElementList page;
   int list = page.add({.role = "AXList"});
   int item = page.add({.role = "AXListItem"}, list);
@@ -61,7 +61,7 @@ TEST(PageReaderLines, TextFallsBackToTitleThenDescriptionAndListItemsAreItems) {
   EXPECT_EQ(read(page), (std::vector<L>{{"from title", Kind::item}, {"from desc", Kind::item}}));
 }
 
-TEST(PageReaderLines, ControlsEndTheParagraphAndSoDoLinksOnTheirOwn) {
+TEST(PageReaderLines, ControlsEndAParagraph) {
   ElementList page;
   int p = page.add({.role = "AXGroup"});
   page.add(staticText("Before"), p);
@@ -78,7 +78,7 @@ TEST(PageReaderLines, ControlsEndTheParagraphAndSoDoLinksOnTheirOwn) {
   EXPECT_EQ(read(links), (std::vector<L>{{"Home", Kind::link}, {"Welcome About", Kind::text}}));
 }
 
-TEST(PageReaderLines, RepeatedShortLinksAndRepeatedButtonsAppearOnce) {
+TEST(PageReaderLines, RepeatedShortControlsAppearOnce) {
   const std::string longLabel = "A headline that is at least forty chars";  // 39 characters
   ASSERT_EQ(longLabel.size(), 39u);
   ElementList page;
@@ -99,7 +99,7 @@ TEST(PageReaderLines, RepeatedShortLinksAndRepeatedButtonsAppearOnce) {
                                         {longLabel + "!", Kind::button}}));
 }
 
-TEST(PageReaderLines, HeadingsAndTheirLevels) {
+TEST(PageReaderLines, HeadingsKeepTheirLevels) {
   ElementList page;
   page.add({.role = "AXHeading", .title = "One", .value = "1"});
   page.add({.role = "AXHeading", .title = "Six", .value = "+6"});
@@ -128,7 +128,7 @@ TEST(PageReaderLines, AHeadingLevelMissingFromTheCrawlIsReadLive) {
   EXPECT_EQ(PageReader::lines({h}).at(0).level, 2);
 }
 
-TEST(PageReaderLines, CheckBoxesAndFields) {
+TEST(PageReaderLines, ControlsShowTheirState) {
   ElementList page;
   page.add({.role = "AXCheckBox", .title = "Remember me", .value = "True"});
   page.add({.role = "AXRadioButton", .title = "Dark", .value = "0"});
@@ -161,7 +161,7 @@ TEST(PageReaderLines, ImagesNeedARealDescription) {
                                         {"Our logo home", Kind::link}}));
 }
 
-TEST(PageReaderLines, InvisibleElementsAndOtherRolesGiveNoLine) {
+TEST(PageReaderLines, OnlyVisibleReadableRolesGiveLines) {
   ElementList page;
   page.add({.role = "AXButton", .title = "Zero width", .frame = Rect{0, 0, 0, 10}});
   page.add({.role = "AXButton", .title = "No frame"});
@@ -191,7 +191,7 @@ TEST(PageReaderChunks, ALongSectionSplitsUnderItsHeading) {
                                                 {"Ten chars!", std::string(500, 'c'), 4}}));
 }
 
-TEST(PageReaderChunks, HeadingsOpenChunksAndSizesCountCharacters) {
+TEST(PageReaderChunks, HeadingsOpenChunks) {
   std::vector<PageLine> lines = {line("intro", Kind::text, 0),   line("Head", Kind::heading, 1),
                                  line("ééé", Kind::text, 2),     line("xyz", Kind::link, 3),
                                  line("Empty", Kind::heading, 4), line("Last", Kind::heading, 5),
@@ -207,7 +207,7 @@ TEST(PageReaderChunks, HeadingsOpenChunksAndSizesCountCharacters) {
                                               {"Last", std::string(20, 'z'), 6}}));
 }
 
-TEST(PageReaderChunks, EmptyPagesAndBlankBuffersAreNotChunks) {
+TEST(PageReaderChunks, BlankTextMakesNoChunk) {
   EXPECT_TRUE(PageReader::lines({}).empty());
   EXPECT_TRUE(PageReader::chunks({}, 900).empty());
   EXPECT_EQ(PageSnapshot{}.text(), "");
@@ -217,7 +217,7 @@ TEST(PageReaderChunks, EmptyPagesAndBlankBuffersAreNotChunks) {
   EXPECT_EQ(chunked(lines, 900), (std::vector<C>{{"Head", "Head\n\u00A0é", 2}}));
 }
 
-TEST(PageSnapshotText, RendersEachKindAndTrimsTheEnds) {
+TEST(PageSnapshotText, RendersEveryKindOfLine) {
   PageSnapshot s;
   s.lines = {line("Title", Kind::heading, 0), line("Para", Kind::text, 1), line("Link", Kind::link, 2),
              line("Go", Kind::button, 3),     line("Email", Kind::field, 4), line("Dawn", Kind::image, 5),

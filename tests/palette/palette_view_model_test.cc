@@ -108,7 +108,7 @@ class Palette : public ::testing::Test {
   std::atomic<bool> held = false;
 };
 
-TEST_F(Palette, BlankOrBrowserlessSubmissionsStartNothingAndRefreshRereadsTheContext) {
+TEST_F(Palette, SubmissionsWithoutACommandOrBrowserStartNothing) {
   open();
   vm->input = "  \n\t";
   vm->submit();
@@ -155,7 +155,7 @@ TEST_F(Palette, ACommandTheRulesKnowShowsItsTitleWhileItRuns) {
   EXPECT_TRUE(showed("working: Find \u201corganic cotton shirts anywhere\u201d"));
 }
 
-TEST_F(Palette, TheModelIsAskedOnlyWhenTheRulesFailAndNeverForAPreview) {
+TEST_F(Palette, TheModelIsAskedOnlyWhenTheRulesFail) {
   StandInModel model({"scroll_down||0||"});
   open(shop(), &model);
   vm->input = "  scroll down ";
@@ -176,7 +176,7 @@ TEST_F(Palette, TheModelIsAskedOnlyWhenTheRulesFailAndNeverForAPreview) {
   EXPECT_TRUE(std::holds_alternative<ActionResult>(vm->phase()));
 }
 
-TEST_F(Palette, ChoosingAmongCandidatesWrapsHighlightsAndPicks) {
+TEST_F(Palette, ChoicesArePickedByTheSelection) {
   open();
   run("click add to cart");
   auto* set = std::get_if<ChoiceSet>(&vm->phase());
@@ -227,7 +227,7 @@ TEST_F(Palette, ReturnRunsTheConfirmedActionNotTheField) {
   EXPECT_EQ(events[0].label, "Delete account");
 }
 
-TEST_F(Palette, EscapeAndTypingStepBackOneLevel) {
+TEST_F(Palette, EscapeStepsBackOneLevel) {
   open();
   EXPECT_FALSE(vm->escape());  // idle: the palette closes
 
@@ -273,7 +273,7 @@ TEST_F(Palette, AClosedPaletteIsNotKeptAliveByItsCommand) {
   EXPECT_TRUE(backend->events().empty());
 }
 
-TEST_F(Palette, AnswersStreamInAndTypingOverThemStopsTheCommand) {
+TEST_F(Palette, TypingOverAStreamingAnswerStopsIt) {
   StandInModel model({"Organic cotton shirts that ship within two days.", "Organic cotton shirts ship fast."});
   open(shop(), &model);
   run("Summarize this page");

@@ -31,7 +31,7 @@ std::string repeat(const std::string& sentence, int times) {
 
 double damping(const std::string& text) { return 1 + 0.12 * std::log(1 + TextUtil::length(text) / 80.0); }
 
-TEST(PageText, TokensAndLengthAgreeWithTheTextFunctions) {
+TEST(PageText, CountsAgreeWithTheTextFunctions) {
   // Cut points beside characters that join or compose with their neighbours, CR LF, bad bytes.
   const std::string samples[] = {
       "• Harbour station, 12.50 each.\nNext line: “quoted” — done…",
@@ -50,7 +50,7 @@ TEST(PageText, TokensAndLengthAgreeWithTheTextFunctions) {
   }
 }
 
-TEST(Rank, WeightsCoveragePhraseAndHeadings) {
+TEST(Rank, RankingWeighsTheMatches) {
   // Stop words alone rank nothing, and the excerpts then take the page from its start.
   PageSnapshot s = page({chunk("A", "alpha text here"), chunk("B", "beta text here")});
   EXPECT_TRUE(PageQA::rankChunks(s, "what is the").empty());
@@ -78,7 +78,7 @@ TEST(Rank, WeightsCoveragePhraseAndHeadings) {
   EXPECT_NEAR(byHeading.at(0).score, 1.5 * 0.5 / damping("nothing here"), 1e-9);
 }
 
-TEST(Rank, SynonymsWeighLessAndHeadingLinesMore) {
+TEST(Rank, SynonymsWeighLess) {
   const std::string word = TextUtil::contentTokens("price").at(0);
   ASSERT_FALSE(TextUtil::synonyms(word).empty());
   const std::string other = TextUtil::synonyms(word).front();
@@ -93,7 +93,7 @@ TEST(Rank, SynonymsWeighLessAndHeadingLinesMore) {
   EXPECT_NEAR(lines.at(0).score / lines.at(1).score, 1.3, 1e-9);
 }
 
-TEST(Excerpts, BestIsAlwaysTakenAndSmallerChunksStillFit) {
+TEST(Excerpts, TheBestChunkIsAlwaysTaken) {
   PageSnapshot s = page({
       chunk("", "intro without the word"),
       chunk("", "zucchini zucchini zucchini " + std::string(3000, 'a')),  // best, longer than the budget
@@ -109,7 +109,7 @@ TEST(Excerpts, BestIsAlwaysTakenAndSmallerChunksStillFit) {
   EXPECT_EQ(other.chunks.size(), 3u);  // 4500 characters take the long one too
 }
 
-TEST(ExtractiveAnswer, TitleAndLeadWithoutContentWords) {
+TEST(ExtractiveAnswer, WithoutContentWordsTheLeadAnswers) {
   // The short menu chunk is passed over for the first one of more than 80 characters.
   PageSnapshot s = page({chunk("", "Menu"),
                          chunk("", "First sentence here. Second one is here. Third is too. Fourth is not included at all.")},

@@ -1,4 +1,5 @@
 #include "text/text_util.h"
+#include "text/unicode.h"
 
 #include <gtest/gtest.h>
 
@@ -10,7 +11,7 @@ namespace {
 
 using Strings = std::vector<std::string>;
 
-TEST(TextUtilWhitespace, CleanSplitAndWordsAgreeOnUnicodeWhitespace) {
+TEST(TextUtilWhitespace, UnicodeWhitespaceSeparatesWords) {
   EXPECT_EQ(TextUtil::clean("  a \t\n b\r\n  c  "), "a b c");
   // No-break space, ideographic space, line separator and NEL all separate words.
   const std::string mixed = "one\u00A0two\u3000three\u2028four\u0085five";
@@ -25,7 +26,7 @@ TEST(TextUtilWhitespace, CleanSplitAndWordsAgreeOnUnicodeWhitespace) {
   EXPECT_TRUE(TextUtil::split("").empty());
 }
 
-TEST(TextUtilNorm, FoldsCaseAndDiacriticsAndCollapsesSeparators) {
+TEST(TextUtilNorm, FoldsToPlainLowerCaseWords) {
   // Decomposed input folds as precomposed does; letters of other scripts and non-ASCII digits
   // are kept; emoji are separators, and so are ZWJ sequences as a whole.
   const std::pair<const char*, const char*> cases[] = {
@@ -58,7 +59,7 @@ TEST(TextUtilStem, SuffixRulesInOrder) {
   for (const auto& [word, stem] : cases) EXPECT_EQ(TextUtil::stem(word), stem) << word;
 }
 
-TEST(TextUtilTokens, TokensContentTokensAndSynonyms) {
+TEST(TextUtilTokens, WordsBecomeStemmedTokens) {
   EXPECT_EQ(TextUtil::tokens("The cats' boxes, the CATS"), (Strings{"the", "cat", "box", "the", "cat"}));
   EXPECT_EQ(TextUtil::contentTokens("What is the price of this page?"), (Strings{"pric"}));
   EXPECT_TRUE(TextUtil::contentTokens("Where is it? Tell me!").empty());
@@ -83,7 +84,7 @@ TEST(TextUtilMarkdown, EscapesExactlyTheSpecialCharacters) {
   EXPECT_EQ(TextUtil::md("$%&'\",/:;=?@^"), "$%&'\",/:;=?@^");
 }
 
-TEST(TextUtilSentences, SplitsAtSentenceEndsAndDropsBlanks) {
+TEST(TextUtilSentences, SplitsAtSentenceEnds) {
   EXPECT_TRUE(TextUtil::sentences("").empty());
   EXPECT_TRUE(TextUtil::sentences(" \n\t ").empty());
   EXPECT_EQ(TextUtil::sentences("First one.  Second\t one! Third? "),
@@ -95,7 +96,7 @@ TEST(TextUtilSentences, SplitsAtSentenceEndsAndDropsBlanks) {
   EXPECT_EQ(TextUtil::sentences("Paragraph one\n\nParagraph two"), (Strings{"Paragraph one", "Paragraph two"}));
 }
 
-TEST(TextUtilCharacters, LengthPrefixAndTruncateCountGraphemeClusters) {
+TEST(TextUtilCharacters, LengthsCountGraphemeClusters) {
   const std::string family = "👨‍👩‍👧";  // one character, several code points
   const std::string accented = "e\u0301";  // one character, two code points
   EXPECT_EQ(TextUtil::length(""), 0);
@@ -125,6 +126,12 @@ TEST(TextUtilBadInput, InvalidUtf8BecomesReplacementCharacters) {
   EXPECT_EQ(TextUtil::truncate(bad, 3), "ab…");
   EXPECT_EQ(TextUtil::stem("\xff\xff\xffs"), "\uFFFD\uFFFD\uFFFD");
   EXPECT_EQ(TextUtil::sentences("Hi.\xff Bye."), (Strings{"Hi.", "\uFFFD Bye."}));
+  // Between UTF-8 and the platform's UTF-16 (typed text, key events), in both directions.
+  EXPECT_EQ(unicode::toUtf16("a\xFF" "b"), u"a\uFFFDb");
+  EXPECT_EQ(unicode::toUtf16("\xE2\x82"), u"\uFFFD");  // a cut-off sequence is one character
+  EXPECT_EQ(unicode::toUtf16("€😀"), u"€😀");
+  EXPECT_EQ(unicode::fromUtf16(u"€😀"), "€😀");
+  EXPECT_EQ(unicode::fromUtf16(std::u16string(1, char16_t(0xD83D)) + u"a"), "\uFFFDa");  // a lone surrogate
 }
 
 }  // namespace

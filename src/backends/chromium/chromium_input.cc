@@ -3,11 +3,13 @@
 #include <algorithm>
 #include <unordered_map>
 
+#include "text/unicode.h"
+
 namespace skimlet::chromium {
 
 namespace {
 
-constexpr std::uint64_t kModifierMask = keyflags::command | keyflags::control | keyflags::shift | 0x80000 /* option */;
+constexpr std::uint64_t kModifierMask = keyflags::command | keyflags::control | keyflags::shift | keyflags::option;
 
 // The ANSI layout's letter, digit and punctuation keys by macOS virtual key code.
 const std::unordered_map<std::uint16_t, char>& characterKeys() {
@@ -34,18 +36,17 @@ std::string codeFor(char c) {
 
 int modifiersFor(std::uint64_t flags) {
   int m = 0;
-  if (flags & 0x80000) m |= 1;  // Alt
+  if (flags & keyflags::option) m |= 1;  // Alt
   // The desktop's Command shortcuts are Control shortcuts in a Linux browser.
   if (flags & (keyflags::control | keyflags::command)) m |= 2;
   if (flags & keyflags::shift) m |= 8;
   return m;
 }
 
-// The tab key positions of Command-1 to Command-9.
+// Which of Command-1 to Command-9 a key is; 0 for none.
 int tabNumber(std::uint16_t virtualKey) {
-  static const std::uint16_t keys[] = {18, 19, 20, 21, 23, 22, 26, 28, 25};
   for (int i = 0; i < 9; ++i)
-    if (keys[i] == virtualKey) return i + 1;
+    if (keycode::digits[i] == virtualKey) return i + 1;
   return 0;
 }
 
@@ -66,21 +67,21 @@ constexpr const char* kSelectedText = R"JS((() => {
 
 std::optional<DomKey> domKeyFor(std::uint16_t virtualKey, bool shift) {
   switch (virtualKey) {
-    case 36:
-    case 76: return DomKey{"Enter", "Enter", 13, "\r"};
-    case 48: return DomKey{"Tab", "Tab", 9, ""};
-    case 49: return DomKey{" ", "Space", 32, " "};
-    case 51: return DomKey{"Backspace", "Backspace", 8, ""};
-    case 53: return DomKey{"Escape", "Escape", 27, ""};
-    case 117: return DomKey{"Delete", "Delete", 46, ""};
-    case 123: return DomKey{"ArrowLeft", "ArrowLeft", 37, ""};
-    case 124: return DomKey{"ArrowRight", "ArrowRight", 39, ""};
-    case 125: return DomKey{"ArrowDown", "ArrowDown", 40, ""};
-    case 126: return DomKey{"ArrowUp", "ArrowUp", 38, ""};
-    case 115: return DomKey{"Home", "Home", 36, ""};
-    case 119: return DomKey{"End", "End", 35, ""};
-    case 116: return DomKey{"PageUp", "PageUp", 33, ""};
-    case 121: return DomKey{"PageDown", "PageDown", 34, ""};
+    case keycode::returnKey:
+    case keycode::keypadEnter: return DomKey{"Enter", "Enter", 13, "\r"};
+    case keycode::tab: return DomKey{"Tab", "Tab", 9, ""};
+    case keycode::space: return DomKey{" ", "Space", 32, " "};
+    case keycode::deleteBackward: return DomKey{"Backspace", "Backspace", 8, ""};
+    case keycode::escape: return DomKey{"Escape", "Escape", 27, ""};
+    case keycode::deleteForward: return DomKey{"Delete", "Delete", 46, ""};
+    case keycode::left: return DomKey{"ArrowLeft", "ArrowLeft", 37, ""};
+    case keycode::right: return DomKey{"ArrowRight", "ArrowRight", 39, ""};
+    case keycode::down: return DomKey{"ArrowDown", "ArrowDown", 40, ""};
+    case keycode::up: return DomKey{"ArrowUp", "ArrowUp", 38, ""};
+    case keycode::home: return DomKey{"Home", "Home", 36, ""};
+    case keycode::end: return DomKey{"End", "End", 35, ""};
+    case keycode::pageUp: return DomKey{"PageUp", "PageUp", 33, ""};
+    case keycode::pageDown: return DomKey{"PageDown", "PageDown", 34, ""};
     default: break;
   }
   auto it = characterKeys().find(virtualKey);
@@ -125,12 +126,12 @@ std::string ChromiumInput::selectedText() {
 
 bool ChromiumInput::browserShortcut(std::uint16_t virtualKey, std::uint64_t flags) {
   std::uint64_t mods = flags & kModifierMask;
-  if (mods == keyflags::control && virtualKey == 48) {  // next tab, wrapping around
+  if (mods == keyflags::control && virtualKey == keycode::tab) {  // next tab, wrapping around
     int n = static_cast<int>(browser_.tabs().size());
     if (n > 0) browser_.activate((browser_.activeIndex() + 1) % n);
     return true;
   }
-  if (mods == keyflags::controlShift && virtualKey == 48) {  // previous tab
+  if (mods == keyflags::controlShift && virtualKey == keycode::tab) {  // previous tab
     int n = static_cast<int>(browser_.tabs().size());
     if (n > 0) browser_.activate((browser_.activeIndex() + n - 1) % n);
     return true;
@@ -144,27 +145,27 @@ bool ChromiumInput::browserShortcut(std::uint16_t virtualKey, std::uint64_t flag
     return true;
   }
   switch (virtualKey) {
-    case 33: browser_.goBack(); return true;
-    case 30: browser_.goForward(); return true;
-    case 15: browser_.reload(); return true;
-    case 17: browser_.openTab("about:blank"); return true;
-    case 13:
+    case keycode::leftBracket: browser_.goBack(); return true;
+    case keycode::rightBracket: browser_.goForward(); return true;
+    case keycode::r: browser_.reload(); return true;
+    case keycode::t: browser_.openTab("about:blank"); return true;
+    case keycode::w:
       // The last tab's Command-W closes the window; Skimlet keeps its session's window open.
       if (browser_.tabs().size() > 1) browser_.closeActiveTab();
       return true;
-    case 0: keyEvent(*domKeyFor(0, false), flags, "selectAll"); browser_.changed(false); return true;
-    case 8: {
+    case keycode::a: keyEvent(*domKeyFor(keycode::a, false), flags, "selectAll"); browser_.changed(false); return true;
+    case keycode::c: {
       std::string text = selectedText();
       if (!text.empty()) pasteboard_.setString(text);
       return true;
     }
-    case 9: {
+    case keycode::v: {
       if (auto text = pasteboard_.string(); text && !text->empty())
         browser_.tabCall("Input.insertText", {{"text", *text}});
       browser_.changed(false);
       return true;
     }
-    case 7: {
+    case keycode::x: {
       std::string text = selectedText();
       if (!text.empty()) {
         pasteboard_.setString(text);
@@ -173,7 +174,7 @@ bool ChromiumInput::browserShortcut(std::uint16_t virtualKey, std::uint64_t flag
       browser_.changed(false);
       return true;
     }
-    case 6: keyEvent(*domKeyFor(6, false), flags, "undo"); browser_.changed(false); return true;
+    case keycode::z: keyEvent(*domKeyFor(keycode::z, false), flags, "undo"); browser_.changed(false); return true;
     default: return false;
   }
 }
@@ -188,7 +189,8 @@ bool ChromiumInput::postKey(Pid pid, std::uint16_t virtualKey, std::uint64_t fla
     if (!key) return true;  // posted, but no key the page would see
     keyEvent(*key, flags);
     // Return submits forms and follows links; let such a navigation finish.
-    browser_.changed(virtualKey == 36 || virtualKey == 76 || virtualKey == 49);
+    browser_.changed(virtualKey == keycode::returnKey || virtualKey == keycode::keypadEnter ||
+                     virtualKey == keycode::space);
   } catch (const CdpError&) {
     browser_.changed(false);
   }
@@ -198,25 +200,12 @@ bool ChromiumInput::postKey(Pid pid, std::uint16_t virtualKey, std::uint64_t fla
 bool ChromiumInput::postText(Pid pid, std::u16string_view units) {
   auto turn = browser_.take();
   if (pid != browser_.pid() || !browser_.alive()) return false;
-  std::string text;
-  for (size_t i = 0; i < units.size(); ++i) {
-    char32_t c = units[i];
-    if (c >= 0xD800 && c < 0xDC00 && i + 1 < units.size() && units[i + 1] >= 0xDC00 && units[i + 1] < 0xE000)
-      c = 0x10000 + ((c - 0xD800) << 10) + (units[++i] - 0xDC00);
-    if (c < 0x80) text += static_cast<char>(c);
-    else if (c < 0x800) text += {static_cast<char>(0xC0 | (c >> 6)), static_cast<char>(0x80 | (c & 0x3F))};
-    else if (c < 0x10000)
-      text += {static_cast<char>(0xE0 | (c >> 12)), static_cast<char>(0x80 | ((c >> 6) & 0x3F)),
-               static_cast<char>(0x80 | (c & 0x3F))};
-    else
-      text += {static_cast<char>(0xF0 | (c >> 18)), static_cast<char>(0x80 | ((c >> 12) & 0x3F)),
-               static_cast<char>(0x80 | ((c >> 6) & 0x3F)), static_cast<char>(0x80 | (c & 0x3F))};
-  }
+  std::string text = unicode::fromUtf16(units);
   try {
     Json secure = browser_.evaluate("document.activeElement?.type === 'password'");
     events_.type(text, secure.is_boolean() && secure.get<bool>());
     if (text == "\r" || text == "\n") {
-      keyEvent(*domKeyFor(36, false), 0);
+      keyEvent(*domKeyFor(keycode::returnKey, false), 0);
       browser_.changed(true);
     } else {
       browser_.tabCall("Input.insertText", {{"text", text}});

@@ -58,6 +58,9 @@ class LiveSession {
 
   // Whether a Chromium is installed to open sessions with.
   static bool available();
+  // What to tell the user when it is not.
+  static constexpr const char* kMissing =
+      "no Chromium found (install Debian's chromium package, or set SKIMLET_CHROMIUM)";
   // Whether the text is a URL (it has a scheme) rather than a file path.
   static bool isUrl(const std::string& pathOrUrl);
   // A file path as a file:// URL; URLs are returned unchanged.

@@ -6,6 +6,7 @@
 #include <unordered_set>
 
 #include "backends/chromium/role_map.h"
+#include "text/text_util.h"
 
 namespace skimlet::chromium {
 
@@ -28,11 +29,6 @@ struct DomIndex {
   double scrollX = 0, scrollY = 0, contentHeight = 0;
   bool sticky = false;  // some box is position: sticky
 };
-
-std::string lower(std::string s) {
-  std::transform(s.begin(), s.end(), s.begin(), [](unsigned char c) { return std::tolower(c); });
-  return s;
-}
 
 DomIndex indexSnapshot(const Json& snapshot) {
   DomIndex out;
@@ -64,7 +60,7 @@ DomIndex indexSnapshot(const Json& snapshot) {
       const Json& a = attrs[i];
       for (size_t k = 0; k + 1 < a.size(); k += 2) {
         const std::string& key = str(a[k]);
-        if (key == "type") info.type = lower(str(a[k + 1]));
+        if (key == "type") info.type = TextUtil::lower(str(a[k + 1]));
         else if (key == "placeholder") info.placeholder = str(a[k + 1]);
       }
     }

@@ -95,23 +95,22 @@ RecordedBrowser::RecordedBrowser(Recording recording) {
 }
 
 void RecordedBrowser::build(const Node& node, LiveNode* parent) {
-  LiveNode& n = state_.nodes.emplace_back();
-  n.role = node.role;
-  n.subrole = node.subrole;
-  n.title = node.title;
-  n.description = node.description;
-  n.help = node.help;
-  n.placeholder = node.placeholder;
+  LiveNode& n = state_.nodes.emplace_back(LiveNode{.role = node.role,
+                                                    .subrole = node.subrole,
+                                                    .title = node.title,
+                                                    .description = node.description,
+                                                    .help = node.help,
+                                                    .placeholder = node.placeholder,
+                                                    .url = node.url,
+                                                    .frame = node.frame,
+                                                    .enabled = node.enabled,
+                                                    .hidden = node.hidden,
+                                                    .actions = node.actions,
+                                                    .settable = node.valueSettable(),
+                                                    .keystrokes = node.keystrokes,
+                                                    .pressError = node.pressError,
+                                                    .parent = parent});
   if (node.value) std::visit([&](const auto& v) { n.value = v; }, *node.value);
-  n.url = node.url;
-  n.frame = node.frame;
-  n.enabled = node.enabled;
-  n.hidden = node.hidden;
-  n.actions = node.actions;
-  n.settable = node.valueSettable();
-  n.keystrokes = node.keystrokes;
-  n.pressError = node.pressError;
-  n.parent = parent;
   n.ref = ax::ElementRef(std::make_shared<NodeHandle>(&state_, &n));
   if (node.focused) state_.focused = &n;
   parent->children.push_back(&n);
