@@ -235,7 +235,7 @@ int runOnUrl(RunOptions& o) {
     std::cerr << "skimlet run: no Chromium found (install Debian's chromium package, or set SKIMLET_CHROMIUM)\n";
     return 1;
   }
-  memory::MemorySettings settings;
+  MemorySettings settings;
   applyProfile(settings, o);
   Models models(o.model);
   std::unique_ptr<chromium::LiveSession> session;
@@ -282,7 +282,7 @@ int runOnDesktop(RunOptions& o) {
   std::cerr << "skimlet run: --desktop is for Linux desktops\n";
   return 1;
 #else
-  memory::MemorySettings settings;
+  MemorySettings settings;
   applyProfile(settings, o);
   auto desktop = openDesktopBrowser(settings, "run");
   if (!desktop) return 1;

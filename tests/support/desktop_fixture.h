@@ -11,9 +11,10 @@
 #include <vector>
 
 #include "backends/atspi/desktop_session.h"
-#include "backends/memory/backend.h"
+#include "platform/memory_settings.h"
 #include "engine/action_engine.h"
 #include "engine/understand.h"
+#include "browser/snapshot_capture.h"
 #include "page/page_snapshot.h"
 #include "support/desktop_harness.h"
 #include "support/paths.h"
@@ -62,7 +63,7 @@ class DesktopTestBase : public ::testing::Test {
   ActionResult accept(const Outcome& outcome);
 
   static inline std::unique_ptr<DesktopHarness> harness_;
-  static inline std::unique_ptr<memory::MemorySettings> settings_;
+  static inline std::unique_ptr<MemorySettings> settings_;
   static inline std::unique_ptr<atspi::DesktopSession> session_;
   static inline std::string skipReason_;
   static inline std::optional<DesktopHarness::Browser> started_;
