@@ -88,9 +88,12 @@ TEST(DesktopBrowsers, IdentifiersFromProgramsAndProfilesFromCommandLines) {
   EXPECT_EQ(bundleIdentifier("/opt/brave.com/brave/brave"), "com.brave.Browser");
   EXPECT_EQ(bundleIdentifier("/opt/microsoft/msedge/msedge"), "com.microsoft.edgemac");
   EXPECT_EQ(bundleIdentifier("/usr/bin/gedit"), "");
-  EXPECT_THAT(profileArguments({"chromium", "--user-data-dir=/p", "--no-sandbox", "https://a"}),
-              ElementsAre("--user-data-dir=/p"));
-  EXPECT_THAT(profileArguments({"firefox", "-profile", "/q", "https://a"}), ElementsAre("-profile", "/q"));
+  EXPECT_THAT(openCommand("/usr/lib/firefox-esr/firefox-esr", {"firefox-esr", "-profile", "/q", "https://a"},
+                          {"https://b", "https://c"}),
+              ElementsAre("/usr/lib/firefox-esr/firefox-esr", "-profile", "/q", "--new-tab", "https://b", "--new-tab",
+                          "https://c"));
+  EXPECT_THAT(openCommand("/usr/lib/chromium/chromium", {"chromium", "--no-sandbox"}, {"https://b", "https://c"}),
+              ElementsAre("/usr/lib/chromium/chromium", "--no-sandbox", "https://b", "https://c"));
 }
 
 TEST(DesktopActivation, ADeactivateActivatePairIsNoNewActivation) {
