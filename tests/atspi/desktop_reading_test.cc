@@ -2,6 +2,9 @@
 // browser's own controls as the macOS interface would show them.
 #include <gmock/gmock.h>
 
+#include <chrono>
+#include <thread>
+
 #include "support/desktop_fixture.h"
 
 namespace skimlet::testing {
@@ -36,7 +39,13 @@ TYPED_TEST(DesktopReading, SignInPageAndWindow) {
   const PageElement* email = find(page, "AXTextField", "Email address");
   ASSERT_TRUE(email);
   EXPECT_EQ(email->placeholder, "you@example.com");
-  EXPECT_TRUE(email->frame && email->frame->hasArea()) << "extents are known once the page has settled";
+  ASSERT_TRUE(email->frame && email->frame->hasArea()) << "extents are known once the page has settled";
+  // The outline goes up over the field and comes down by itself.
+  auto& outline = this->session().highlighter();
+  outline.show(*email->frame, 0.3);
+  EXPECT_TRUE(outline.shown());
+  std::this_thread::sleep_for(std::chrono::milliseconds(600));
+  EXPECT_FALSE(outline.shown());
   const PageElement* search = find(page, "AXTextField", "Search the shop");
   ASSERT_TRUE(search);
   EXPECT_EQ(search->subrole, "AXSearchField");

@@ -14,6 +14,7 @@
 #include "platform/memory_settings.h"
 #include "engine/action_engine.h"
 #include "engine/understand.h"
+#include "browser/snapshot_capture.h"
 #include "page/page_snapshot.h"
 #include "support/desktop_harness.h"
 #include "support/paths.h"
@@ -40,7 +41,8 @@ class DesktopTestBase : public ::testing::Test {
   static atspi::DesktopSession& session() { return *session_; }
   static Platform platform() { return session_->platform(); }
 
-  // Opens a URL in the front tab through the address bar and waits for its title.
+  // Opens a page of tests/site (or a URL) in the front tab through the address bar and waits for
+  // its title.
   void load(const std::string& page, const std::string& title);
   // A fresh read of the page; fails the test when there is none.
   PageSnapshot capture();

@@ -1,7 +1,5 @@
 #include "backends/atspi/activation_watcher.h"
 
-#include <atspi/atspi.h>
-
 #include <condition_variable>
 #include <mutex>
 #include <string>
@@ -19,34 +17,33 @@ Pid ActivationWatcher::Debounce::onActivate(Pid pid) {
   return pid;
 }
 
-ActivationWatcher::ActivationWatcher(std::function<void(Pid)> activated) : activated_(std::move(activated)) {
+ActivationWatcher::ActivationWatcher(Bus& bus, std::function<void(Pid)> activated)
+    : bus_(bus), activated_(std::move(activated)) {
   std::mutex m;
   std::condition_variable ready;
   bool started = false;
   thread_ = std::thread([&] {
-    // libatspi is not thread-safe: all of its use stays on this thread, whose default main
-    // context delivers its events.
+    // The window events are delivered to this thread's own main context.
     context_ = g_main_context_new();
     g_main_context_push_thread_default(context_);
     loop_ = g_main_loop_new(context_, FALSE);
-    atspi_set_main_context(context_);
-    atspi_init();
-    AtspiEventListener* listener = atspi_event_listener_new(
-        [](AtspiEvent* event, void* self) { onEvent(event, self); }, this, nullptr);
-    atspi_event_listener_register(listener, "window:activate", nullptr);
-    atspi_event_listener_register(listener, "window:deactivate", nullptr);
+    subscription_ = g_dbus_connection_signal_subscribe(
+        bus_.connection(), nullptr, "org.a11y.atspi.Event.Window", nullptr, nullptr, nullptr,
+        G_DBUS_SIGNAL_FLAGS_NONE,
+        [](GDBusConnection*, const gchar* sender, const gchar*, const gchar*, const gchar* member, GVariant*,
+           gpointer self) { static_cast<ActivationWatcher*>(self)->onEvent(sender ? sender : "", member ? member : ""); },
+        this, nullptr);
+    // Applications send window events only once some client has asked the registry for them.
+    for (const char* event : {"window:activate", "window:deactivate"})
+      bus_.call({"org.a11y.atspi.Registry", "/org/a11y/atspi/registry", "org.a11y.atspi.Registry", "RegisterEvent",
+                 g_variant_new("(s)", event)});
     {
       std::lock_guard lock(m);
       started = true;
     }
     ready.notify_one();
     g_main_loop_run(loop_);
-    atspi_event_listener_deregister(listener, "window:activate", nullptr);
-    atspi_event_listener_deregister(listener, "window:deactivate", nullptr);
-    g_object_unref(listener);
-    // libatspi keeps one connection per process; letting it go lets a later watcher (a new
-    // session, perhaps on another desktop) connect afresh.
-    atspi_exit();
+    g_dbus_connection_signal_unsubscribe(bus_.connection(), subscription_);
     g_main_context_pop_thread_default(context_);
   });
   std::unique_lock lock(m);
@@ -57,20 +54,19 @@ ActivationWatcher::~ActivationWatcher() {
   g_main_loop_quit(loop_);
   g_main_context_wakeup(context_);
   thread_.join();
+  // Sources still attached (a pending settle) go with the context.
   g_main_loop_unref(loop_);
   g_main_context_unref(context_);
 }
 
-void ActivationWatcher::onEvent(void* data, void* selfData) {
-  auto* event = static_cast<AtspiEvent*>(data);
-  auto* self = static_cast<ActivationWatcher*>(selfData);
-  Pid pid = event->source ? Pid(atspi_accessible_get_process_id(event->source, nullptr)) : 0;
-  std::string type(event->type ? event->type : "");
-  g_boxed_free(atspi_event_get_type(), event);
+void ActivationWatcher::onEvent(const std::string& sender, const std::string& member) {
+  const bool activate = member == "Activate";
+  if (!activate && member != "Deactivate") return;
+  Pid pid = bus_.processOf(sender);
   if (pid <= 0) return;
-  if (type.find("deactivate") != std::string::npos) {
-    self->debounce_.onDeactivate(pid);
-    if (self->debounce_.pendingDeactivation && !self->settleSource_) {
+  if (!activate) {
+    debounce_.onDeactivate(pid);
+    if (debounce_.pendingDeactivation && !settleSource_) {
       GSource* source = g_timeout_source_new(kSettleMs);
       g_source_set_callback(
           source,
@@ -81,15 +77,15 @@ void ActivationWatcher::onEvent(void* data, void* selfData) {
             me->settleSource_ = 0;
             return G_SOURCE_REMOVE;
           },
-          self, nullptr);
-      self->settleSource_ = g_source_attach(source, self->context_);
+          this, nullptr);
+      settleSource_ = g_source_attach(source, context_);
       g_source_unref(source);
     }
     return;
   }
-  Pid activated = self->debounce_.onActivate(pid);
-  self->active_ = self->debounce_.active;
-  if (activated && self->activated_) self->activated_(activated);
+  Pid activated = debounce_.onActivate(pid);
+  active_ = debounce_.active;
+  if (activated && activated_) activated_(activated);
 }
 
 }  // namespace skimlet::atspi

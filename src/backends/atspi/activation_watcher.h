@@ -1,24 +1,23 @@
 // Follows which application's window becomes active, from the accessibility bus's window
-// events. Chromium answers a click into its own window with a deactivate-activate pair, so a
-// deactivation only counts when no activation of the same process follows within a moment.
+// events (on Skimlet's own connection). Chromium answers a click into its own window with a
+// deactivate-activate pair, so a deactivation only counts when no activation of the same process
+// follows within a moment.
 #pragma once
 
 #include <atomic>
 #include <functional>
 #include <thread>
 
+#include "backends/atspi/a11y_bus.h"
 #include "platform/ax.h"
-
-typedef struct _GMainContext GMainContext;
-typedef struct _GMainLoop GMainLoop;
 
 namespace skimlet::atspi {
 
 class ActivationWatcher {
  public:
   // Called on the watcher's own thread with each process whose window becomes active (not again
-  // while it stays active).
-  explicit ActivationWatcher(std::function<void(Pid)> activated);
+  // while it stays active). The bus must outlive the watcher.
+  ActivationWatcher(Bus& bus, std::function<void(Pid)> activated);
   ~ActivationWatcher();
 
   // The process whose window the events last made active; 0 for none.
@@ -41,13 +40,14 @@ class ActivationWatcher {
   };
 
  private:
-  void run();
-  static void onEvent(void* event, void* self);
+  void onEvent(const std::string& sender, const std::string& member);
 
+  Bus& bus_;
   std::function<void(Pid)> activated_;
   std::atomic<Pid> active_{0};
   Debounce debounce_;
   unsigned int settleSource_ = 0;
+  unsigned int subscription_ = 0;
   GMainContext* context_ = nullptr;
   GMainLoop* loop_ = nullptr;
   std::thread thread_;

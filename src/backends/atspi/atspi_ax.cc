@@ -4,6 +4,8 @@
 
 #include <algorithm>
 #include <charconv>
+#include <chrono>
+#include <thread>
 
 #include "backends/atspi/role_map.h"
 
@@ -395,9 +397,16 @@ Error AtspiAx::setAttributeValue(const ElementRef& element, std::string_view nam
   Lock lock(mutex_);
   if (e->isApplication()) {
     if (name != "AXManualAccessibility" && name != "AXEnhancedUserInterface") return Error::attributeUnsupported;
-    // Chromium builds the tree of its pages once a client reads an object's attributes.
+    // Chromium builds the tree of its pages once a client reads an object's attributes, a
+    // moment later: wait (briefly) until the shown page has content.
     bus_.call({e->object.bus, e->object.path, "org.a11y.atspi.Accessible", "GetAttributes", nullptr});
     manualAccessibility_ = true;
+    for (int i = 0; i < 30; ++i) {
+      auto docs = TreeReader::matching(bus_, e->object, {ATSPI_STATE_SHOWING}, {ATSPI_ROLE_DOCUMENT_WEB}, 0);
+      auto nodes = TreeReader::read(bus_, docs, nullptr, false);
+      if (std::any_of(nodes.begin(), nodes.end(), [](const Node& n) { return n.childCount > 0; })) break;
+      std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    }
     return Error::success;
   }
   if (name == "AXFocused") {

@@ -53,13 +53,27 @@ std::vector<std::string> profileArguments(const std::vector<std::string>& args) 
   std::vector<std::string> out;
   for (std::size_t i = 1; i < args.size(); ++i) {
     const std::string& a = args[i];
-    if (a.rfind("--user-data-dir=", 0) == 0 || a.rfind("--profile-directory=", 0) == 0) out.push_back(a);
+    if (a.rfind("--user-data-dir=", 0) == 0 || a.rfind("--profile-directory=", 0) == 0 || a == "--no-sandbox")
+      out.push_back(a);
     if ((a == "-profile" || a == "--profile" || a == "-P") && i + 1 < args.size()) {
       out.push_back(a);
       out.push_back(args[++i]);
     }
   }
   return out;
+}
+
+std::vector<std::string> openCommand(const std::string& executable, const std::vector<std::string>& runningArgs,
+                                     const std::vector<std::string>& urls) {
+  std::vector<std::string> argv{executable};
+  auto profile = profileArguments(runningArgs);
+  argv.insert(argv.end(), profile.begin(), profile.end());
+  const bool firefox = bundleIdentifier(executable).rfind("org.mozilla.", 0) == 0;
+  for (const auto& url : urls) {
+    if (firefox) argv.push_back("--new-tab");
+    argv.push_back(url);
+  }
+  return argv;
 }
 
 }  // namespace skimlet::atspi

@@ -59,7 +59,7 @@ DesktopSession::DesktopSession(std::unique_ptr<Bus> bus, Settings& settings, Dis
       settings_(settings),
       dispatch_(dispatch ? *dispatch : static_cast<Dispatch&>(runLoop_)),
       ax_(*bus_),
-      workspace_(ax_, x_.get(), dispatch_),
+      workspace_(*bus_, ax_, x_.get(), dispatch_),
       input_(x_.get(), workspace_),
       highlighter_(x_.get()),
       tracker_(workspace_) {

@@ -50,6 +50,7 @@ class DesktopSession {
   DesktopWorkspace& workspace() { return workspace_; }
   BrowserTracker& tracker() { return tracker_; }
   RunLoop& runLoop() { return runLoop_; }
+  OverlayHighlighter& highlighter() { return highlighter_; }
   bool hasDisplay() const { return x_ != nullptr; }
 
  private:

@@ -38,8 +38,9 @@ bool launchDetached(const std::vector<std::string>& argv) {
   return WIFEXITED(status) && WEXITSTATUS(status) == 0;
 }
 
-DesktopWorkspace::DesktopWorkspace(AtspiAx& ax, XDisplay* x, Dispatch& dispatch) : ax_(ax), x_(x), dispatch_(dispatch) {
-  watcher_ = std::make_unique<ActivationWatcher>([this](Pid pid) { activated(pid); });
+DesktopWorkspace::DesktopWorkspace(Bus& bus, AtspiAx& ax, XDisplay* x, Dispatch& dispatch)
+    : ax_(ax), x_(x), dispatch_(dispatch) {
+  watcher_ = std::make_unique<ActivationWatcher>(bus, [this](Pid pid) { activated(pid); });
 }
 
 DesktopWorkspace::~DesktopWorkspace() { watcher_.reset(); }
@@ -107,18 +108,21 @@ void DesktopWorkspace::observeActivations(std::function<void(const RunningApp&)>
 void DesktopWorkspace::openURLs(const std::vector<std::string>& urls, const std::string& bundlePath) {
   if (urls.empty() || bundlePath.empty()) return;
   // The running browser with that program, so its profile goes along and the URLs open in it.
-  std::vector<std::string> argv{bundlePath};
-  for (const auto& app : accessibleApplications()) {
-    if (app.bundlePath != bundlePath) continue;
-    auto profile = profileArguments(processInfo(app.pid).args);
-    argv.insert(argv.end(), profile.begin(), profile.end());
-    break;
-  }
-  argv.insert(argv.end(), urls.begin(), urls.end());
-  launchDetached(argv);
+  std::vector<std::string> running;
+  for (const auto& app : accessibleApplications())
+    if (app.bundlePath == bundlePath) {
+      running = processInfo(app.pid).args;
+      break;
+    }
+  launchDetached(openCommand(bundlePath, running, urls));
 }
 
-bool DesktopWorkspace::openURL(const std::string& url) { return launchDetached({"xdg-open", url}); }
+bool DesktopWorkspace::openURL(const std::string& url) {
+  // The macOS settings link for accessibility has no meaning here: accessibility is switched on
+  // through the bus instead.
+  if (url.rfind("x-apple.", 0) == 0) return false;
+  return launchDetached({"xdg-open", url});
+}
 
 std::vector<RunningApp> DesktopWorkspace::accessibleApplications() {
   std::vector<RunningApp> out;

@@ -19,7 +19,7 @@ namespace skimlet::atspi {
 class DesktopWorkspace : public Workspace {
  public:
   // x may be null (no X display): then activation and the window manager's view are missing.
-  DesktopWorkspace(AtspiAx& ax, XDisplay* x, Dispatch& dispatch);
+  DesktopWorkspace(Bus& bus, AtspiAx& ax, XDisplay* x, Dispatch& dispatch);
   ~DesktopWorkspace() override;
 
   std::optional<RunningApp> frontmostApplication() override;

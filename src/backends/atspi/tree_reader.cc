@@ -282,33 +282,39 @@ std::vector<Node> subtree(Bus& bus, const ObjectRef& root, ReadStats* stats) {
 }
 
 std::vector<Node> chrome(Bus& bus, const ObjectRef& window) {
+  // One burst a level: each object's role, state, names, extents and children together. The
+  // browser's own controls need no text runs or link targets, and are laid out already.
   std::vector<Node> out;
   std::vector<ObjectRef> level{window};
   for (int depth = 0; depth < 40 && !level.empty(); ++depth) {
-    std::vector<Node> nodes = read(bus, level, nullptr, false);
     std::vector<Call> calls;
-    std::vector<std::size_t> expand;
-    for (std::size_t i = 0; i < nodes.size(); ++i) {
-      const Node& n = nodes[i];
-      bool document = n.role == ATSPI_ROLE_DOCUMENT_WEB || n.role == ATSPI_ROLE_DOCUMENT_FRAME;
-      if (!n.answered || document || !n.states.has(ATSPI_STATE_VISIBLE) || n.childCount == 0) continue;
-      calls.push_back(call(n.ref, kAccessible, "GetChildren"));
-      expand.push_back(i);
+    calls.reserve(level.size() * 5);
+    for (const auto& o : level) {
+      calls.push_back(call(o, kAccessible, "GetRole"));
+      calls.push_back(call(o, kAccessible, "GetState"));
+      calls.push_back(call(o, kProperties, "GetAll", g_variant_new("(s)", kAccessible)));
+      calls.push_back(call(o, "org.a11y.atspi.Component", "GetExtents", g_variant_new("(u)", 0u)));
+      calls.push_back(call(o, kAccessible, "GetChildren"));
     }
     auto replies = bus.callAll(calls);
-    level.clear();
-    for (std::size_t k = 0; k < expand.size(); ++k) {
-      GVariant* list = replies[k].first();
-      Node& n = nodes[expand[k]];
-      n.children = refsIn(list);
-      n.childrenKnown = true;
-      if (list) g_variant_unref(list);
-      level.insert(level.end(), n.children.begin(), n.children.end());
+    std::vector<ObjectRef> next;
+    for (std::size_t i = 0; i < level.size(); ++i) {
+      Node n;
+      n.ref = level[i];
+      takeFirst(n, replies[5 * i], replies[5 * i + 1], replies[5 * i + 2]);
+      n.frame = extentsIn(replies[5 * i + 3]);
+      bool document = n.role == ATSPI_ROLE_DOCUMENT_WEB || n.role == ATSPI_ROLE_DOCUMENT_FRAME;
+      // Documents are read on their own when the page is; what is not visible is not read at all.
+      if (n.answered && !document && n.states.has(ATSPI_STATE_VISIBLE)) {
+        GVariant* list = replies[5 * i + 4].first();
+        n.children = refsIn(list);
+        n.childrenKnown = true;
+        if (list) g_variant_unref(list);
+        next.insert(next.end(), n.children.begin(), n.children.end());
+      }
+      if (n.answered) out.push_back(std::move(n));
     }
-    for (auto& n : nodes) {
-      if (!n.childrenKnown && n.childCount == 0) n.childrenKnown = true;
-      out.push_back(std::move(n));
-    }
+    level.swap(next);
   }
   return out;
 }
