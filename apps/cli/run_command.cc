@@ -229,7 +229,7 @@ int runOnUrl(RunOptions& o) {
     std::cerr << "skimlet run: no Chromium found (install Debian's chromium package, or set SKIMLET_CHROMIUM)\n";
     return 1;
   }
-  memory::MemorySettings settings;
+  MemorySettings settings;
   applyProfile(settings, o);
   Models models(o.model);
   std::unique_ptr<chromium::LiveSession> session;

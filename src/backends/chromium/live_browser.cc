@@ -284,16 +284,11 @@ int LiveBrowser::activeIndex() {
   return tabs_.empty() ? -1 : 0;
 }
 
-const Tab* LiveBrowser::activeTab() {
+std::optional<Tab> LiveBrowser::activeTab() {
   std::lock_guard lock(mutex_);
   int i = activeIndex();
-  return i < 0 ? nullptr : &tabs_[static_cast<size_t>(i)];
-}
-
-const Tab* LiveBrowser::tabById(const std::string& targetId) {
-  std::lock_guard lock(mutex_);
-  pump();
-  return find(targetId);
+  if (i < 0) return std::nullopt;
+  return tabs_[static_cast<size_t>(i)];
 }
 
 std::string LiveBrowser::titleOf(const std::string& targetId) {
@@ -390,7 +385,7 @@ void LiveBrowser::waitForLoad(const std::string& targetId, int startedBefore, do
 void LiveBrowser::navigate(const std::string& url, double timeout) {
   std::lock_guard lock(mutex_);
   pump();
-  const Tab* tab = activeTab();
+  auto tab = activeTab();
   if (!tab) throw CdpError("no tab to navigate");
   std::string id = tab->targetId;
   int before = tab->loadsStarted;
@@ -417,7 +412,8 @@ bool LiveBrowser::goBack() {
   Json r = tabCall("Page.getNavigationHistory");
   int current = r.value("currentIndex", 0);
   if (current <= 0) return false;
-  const Tab* tab = activeTab();
+  auto tab = activeTab();
+  if (!tab) return false;
   std::string id = tab->targetId;
   int before = tab->loadsStarted;
   tabCall("Page.navigateToHistoryEntry", {{"entryId", r["entries"][current - 1]["id"]}});
@@ -432,7 +428,8 @@ bool LiveBrowser::goForward() {
   Json r = tabCall("Page.getNavigationHistory");
   int current = r.value("currentIndex", 0);
   if (current + 1 >= static_cast<int>(r["entries"].size())) return false;
-  const Tab* tab = activeTab();
+  auto tab = activeTab();
+  if (!tab) return false;
   std::string id = tab->targetId;
   int before = tab->loadsStarted;
   tabCall("Page.navigateToHistoryEntry", {{"entryId", r["entries"][current + 1]["id"]}});
@@ -444,7 +441,7 @@ bool LiveBrowser::goForward() {
 
 void LiveBrowser::reload() {
   std::lock_guard lock(mutex_);
-  const Tab* tab = activeTab();
+  auto tab = activeTab();
   if (!tab) return;
   std::string id = tab->targetId;
   int before = tab->loadsStarted;
@@ -455,7 +452,7 @@ void LiveBrowser::reload() {
 void LiveBrowser::changed(bool settle) {
   std::lock_guard lock(mutex_);
   pump();
-  const Tab* tab = activeTab();
+  auto tab = activeTab();
   if (!tab) return;
   std::string id = tab->targetId;
   cache_[id].check = true;
@@ -477,7 +474,7 @@ void LiveBrowser::changed(bool settle) {
   auto opened = std::move(openedByPage_);
   openedByPage_.clear();
   for (const auto& o : opened) waitUntilReady(o, 10);
-  if (const Tab* a = activeTab()) cache_[a->targetId].check = true;
+  if (auto a = activeTab()) cache_[a->targetId].check = true;
 }
 
 void LiveBrowser::forget() {
@@ -488,7 +485,7 @@ void LiveBrowser::forget() {
 void LiveBrowser::revalidate() {
   std::lock_guard lock(mutex_);
   pump();
-  const Tab* tab = activeTab();
+  auto tab = activeTab();
   if (!tab) return;
   cache_[tab->targetId].check = true;
   check(tab->targetId);
@@ -545,7 +542,7 @@ bool LiveBrowser::follow(const Tab& tab, Cache& c, const Json& now) {
 
 const PageTree& LiveBrowser::page() {
   std::lock_guard lock(mutex_);
-  const Tab* tab = activeTab();
+  auto tab = activeTab();
   static const PageTree empty;
   if (!tab) return empty;
   return page(tab->targetId);
@@ -571,7 +568,7 @@ const PageTree& LiveBrowser::page(const std::string& targetId) {
 const PageNode* LiveBrowser::pageNode(std::int64_t key) {
   std::lock_guard lock(mutex_);
   if (const PageNode* n = page().find(key)) return n;
-  const Tab* tab = activeTab();
+  auto tab = activeTab();
   if (!tab) return nullptr;
   std::string session = tab->sessionId;
   Cache& c = cache_[tab->targetId];
@@ -588,7 +585,7 @@ const PageNode* LiveBrowser::pageNodeWithChildren(std::int64_t key) {
   std::lock_guard lock(mutex_);
   const PageNode* n = pageNode(key);
   if (!n) return nullptr;
-  const Tab* tab = activeTab();
+  auto tab = activeTab();
   Cache& c = cache_[tab->targetId];
   int index = c.reader->tree().byKey.at(key);
   if (c.reader->pending(index)) {
@@ -769,9 +766,18 @@ Rect LiveBrowser::toolbarFrame() {
 
 Json LiveBrowser::tabCall(const std::string& method, const Json& params) {
   std::lock_guard lock(mutex_);
-  const Tab* tab = activeTab();
+  auto tab = activeTab();
   if (!tab) throw CdpError("no open tab for " + method);
   return cdp_->call(method, params, tab->sessionId);
+}
+
+void LiveBrowser::tabCalls(const std::vector<std::pair<std::string, Json>>& calls) {
+  std::lock_guard lock(mutex_);
+  auto tab = activeTab();
+  if (!tab) throw CdpError("no open tab for " + (calls.empty() ? std::string() : calls.front().first));
+  std::vector<int> ids;
+  for (const auto& [method, params] : calls) ids.push_back(cdp_->send(method, params, tab->sessionId));
+  for (int id : ids) cdp_->wait(id);
 }
 
 Json LiveBrowser::evaluate(const std::string& expression) {

@@ -2,6 +2,7 @@
 // page read as an accessibility tree (cached until the page may have changed), the window's
 // geometry, and the browser's own commands (navigate, history, tabs). Every effect of the
 // backend goes through here, under one lock, because the DevTools pipe is one conversation.
+// Tabs are handed out as copies: the list changes whenever the pipe is read, by any call.
 #pragma once
 
 #include <memory>
@@ -49,14 +50,23 @@ class LiveBrowser {
   bool alive();
   int pid() const { return pid_; }
   const std::string& executable() const { return executable_; }
-  std::recursive_mutex& mutex() { return mutex_; }
-  CdpClient& cdp() { return *cdp_; }
+
+  // The browser held for a sequence of calls that must not interleave with another thread's,
+  // such as a page node found by one call and read by the next (nodes stay valid until the page
+  // is read twice more). Each call below holds the browser by itself for its own length.
+  class [[nodiscard]] Turn {
+   public:
+    explicit Turn(std::recursive_mutex& mutex) : lock_(mutex) {}
+
+   private:
+    std::unique_lock<std::recursive_mutex> lock_;
+  };
+  Turn take() { return Turn(mutex_); }
 
   // Tabs, in strip order.
   std::vector<Tab> tabs();
   int activeIndex();
-  const Tab* activeTab();
-  const Tab* tabById(const std::string& targetId);
+  std::optional<Tab> activeTab();
   // A tab's page title as its tab shows it (the URL while it has none).
   std::string titleOf(const std::string& targetId);
   void activate(int index);
@@ -105,6 +115,9 @@ class LiveBrowser {
   Json evaluate(const std::string& expression);
   // Sends a command to the active tab's session.
   Json tabCall(const std::string& method, const Json& params = Json::object());
+  // Sends commands to the active tab's session back to back, then waits for every answer:
+  // input events that must arrive together.
+  void tabCalls(const std::vector<std::pair<std::string, Json>>& calls);
 
  private:
   void attach(Tab& tab);
@@ -138,8 +151,8 @@ class LiveBrowser {
   int pid_ = 0;
   std::vector<Tab> tabs_;
   std::string active_;
-  std::vector<std::string> openedByPage_;
-  double polledAt_ = -1;  // when the pipe was last looked at for events  // tabs the page opened, still loading when noticed
+  std::vector<std::string> openedByPage_;  // tabs the page opened, still loading when noticed
+  double polledAt_ = -1;  // when the pipe was last looked at for events
 
   struct Cache {
     std::unique_ptr<PageTreeReader> reader;
