@@ -1,5 +1,7 @@
 #include "desktop_app.h"
 
+#include <filesystem>
+
 #include "llm/local_model_runtime.h"
 
 namespace skimlet::desktop {
@@ -32,12 +34,14 @@ DesktopApp::DesktopApp(GtkApplication* app, const AppOptions& options) : app_(ap
   menu_ = std::make_unique<StatusMenu>(G_APPLICATION(app_));
   hotkey_ = std::make_unique<Hotkey>([this] { togglePalette(); });
   installHotkey();
+  watchSettings();
   // Without access the palette opens at once, so that its onboarding asks for it.
   if (options.showPalette || !backend_->access().on) openPalette();
 }
 
 DesktopApp::~DesktopApp() {
   if (poll_) g_source_remove(poll_);
+  if (settingsMonitor_) g_object_unref(settingsMonitor_);
   hotkey_.reset();
   palette_.reset();
   inspector_.reset();
@@ -52,6 +56,31 @@ void DesktopApp::installHotkey() {
   const HotkeyPreset preset = HotkeySettings::current(settings_);
   hotkey_->install(preset);
   menu_->update(preset);
+}
+
+void DesktopApp::watchSettings() {
+  // The command-line tool writes the same file (`skimlet profile set`): its changes reach the
+  // running palette's next command, and a new hotkey preset is grabbed at once.
+  // The folder must exist to be watched; a first change then creates the file in it.
+  std::error_code ec;
+  std::filesystem::create_directories(std::filesystem::path(settings_.path()).parent_path(), ec);
+  GFile* file = g_file_new_for_path(settings_.path().c_str());
+  settingsMonitor_ = g_file_monitor_file(file, G_FILE_MONITOR_WATCH_MOVES, nullptr, nullptr);
+  g_object_unref(file);
+  if (!settingsMonitor_) return;
+  g_signal_connect(settingsMonitor_, "changed",
+                   G_CALLBACK(+[](GFileMonitor*, GFile*, GFile*, GFileMonitorEvent event, DesktopApp* self) {
+                     if (event != G_FILE_MONITOR_EVENT_CHANGES_DONE_HINT && event != G_FILE_MONITOR_EVENT_RENAMED &&
+                         event != G_FILE_MONITOR_EVENT_MOVED_IN && event != G_FILE_MONITOR_EVENT_CREATED) {
+                       return;
+                     }
+                     const std::string before = HotkeySettings::linuxAccelerator(HotkeySettings::current(self->settings_));
+                     if (!self->settings_.reload()) return;
+                     if (HotkeySettings::linuxAccelerator(HotkeySettings::current(self->settings_)) != before) {
+                       self->installHotkey();
+                     }
+                   }),
+                   this);
 }
 
 std::string DesktopApp::hotkeyTitle() { return HotkeySettings::linuxTitle(HotkeySettings::current(settings_)); }

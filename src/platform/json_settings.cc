@@ -11,13 +11,18 @@ namespace skimlet {
 
 namespace fs = std::filesystem;
 
-JsonSettings::JsonSettings(std::string path) : path_(std::move(path)) {
+JsonSettings::JsonSettings(std::string path) : path_(std::move(path)) { reload(); }
+
+bool JsonSettings::reload() {
   std::ifstream in(path_);
-  if (!in) return;
+  if (!in) return false;
   std::stringstream text;
   text << in.rdbuf();
   auto parsed = nlohmann::json::parse(text.str(), nullptr, /*allow_exceptions=*/false);
-  if (parsed.is_object()) values_ = std::move(parsed);
+  if (!parsed.is_object()) return false;
+  std::lock_guard lock(mutex_);
+  values_ = std::move(parsed);
+  return true;
 }
 
 std::string JsonSettings::defaultPath() {

@@ -23,6 +23,10 @@ class JsonSettings final : public Settings {
   static std::string defaultPath();
 
   const std::string& path() const { return path_; }
+  // Reads the file again, for a long-running program whose settings another one changed (the
+  // desktop application after `skimlet profile set`). A missing or unreadable file changes
+  // nothing and answers false.
+  bool reload();
 
   std::optional<std::string> string(std::string_view key) override;
   std::optional<std::int64_t> integer(std::string_view key) override;
