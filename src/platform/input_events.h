@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 #include <string_view>
 
 #include "platform/ax.h"
@@ -55,6 +56,9 @@ class InputEvents {
   virtual bool postMouseClick(Point at) = 0;
   // A scroll-wheel event of the given number of lines (positive scrolls down) over a point.
   virtual bool postScrollWheel(Point at, int lines) = 0;
+  // How the key that postKey sends for these arguments is written for the user, e.g. "⌘W" on
+  // macOS; a backend that sends another key (Control-W on Linux) names that one.
+  virtual std::string keyName(std::uint16_t virtualKey, std::uint64_t flags) const;
 };
 
 }  // namespace skimlet
