@@ -6,16 +6,7 @@
 
 namespace skimlet::desktop {
 
-namespace {
-
-std::string settingsPath() {
-  std::string path = JsonSettings::defaultPath();
-  return path.empty() ? "/dev/null" : path;
-}
-
-}  // namespace
-
-DesktopApp::DesktopApp(GtkApplication* app, const AppOptions& options) : app_(app), settings_(settingsPath()) {
+DesktopApp::DesktopApp(GtkApplication* app, const AppOptions& options) : app_(app), settings_(JsonSettings::defaultPath()) {
   backend_ = openBackend(options.backend, settings_, dispatch_);
   const Platform platform = backend_->platform();
   tracker_ = std::make_unique<BrowserTracker>(platform.workspace);
@@ -61,9 +52,10 @@ void DesktopApp::installHotkey() {
 void DesktopApp::watchSettings() {
   // The command-line tool writes the same file (`skimlet profile set`): its changes reach the
   // running palette's next command, and a new hotkey preset is grabbed at once.
-  // The folder must exist to be watched; a first change then creates the file in it.
-  std::error_code ec;
-  std::filesystem::create_directories(std::filesystem::path(settings_.path()).parent_path(), ec);
+  if (settings_.path().empty()) return;
+  // The folder must exist to be watched; a first change then creates the file in it. It holds
+  // the user's profile, so it is theirs alone.
+  g_mkdir_with_parents(std::filesystem::path(settings_.path()).parent_path().c_str(), 0700);
   GFile* file = g_file_new_for_path(settings_.path().c_str());
   settingsMonitor_ = g_file_monitor_file(file, G_FILE_MONITOR_WATCH_MOVES, nullptr, nullptr);
   g_object_unref(file);
