@@ -1,19 +1,12 @@
 #include "desktop_app.h"
 
+#include <filesystem>
+
 #include "llm/local_model_runtime.h"
 
 namespace skimlet::desktop {
 
-namespace {
-
-std::string settingsPath() {
-  std::string path = JsonSettings::defaultPath();
-  return path.empty() ? "/dev/null" : path;
-}
-
-}  // namespace
-
-DesktopApp::DesktopApp(GtkApplication* app, const AppOptions& options) : app_(app), settings_(settingsPath()) {
+DesktopApp::DesktopApp(GtkApplication* app, const AppOptions& options) : app_(app), settings_(JsonSettings::defaultPath()) {
   backend_ = openBackend(options.backend, settings_, dispatch_);
   const Platform platform = backend_->platform();
   tracker_ = std::make_unique<BrowserTracker>(platform.workspace);
@@ -32,12 +25,14 @@ DesktopApp::DesktopApp(GtkApplication* app, const AppOptions& options) : app_(ap
   menu_ = std::make_unique<StatusMenu>(G_APPLICATION(app_));
   hotkey_ = std::make_unique<Hotkey>([this] { togglePalette(); });
   installHotkey();
+  watchSettings();
   // Without access the palette opens at once, so that its onboarding asks for it.
   if (options.showPalette || !backend_->access().on) openPalette();
 }
 
 DesktopApp::~DesktopApp() {
   if (poll_) g_source_remove(poll_);
+  if (settingsMonitor_) g_object_unref(settingsMonitor_);
   hotkey_.reset();
   palette_.reset();
   inspector_.reset();
@@ -52,6 +47,32 @@ void DesktopApp::installHotkey() {
   const HotkeyPreset preset = HotkeySettings::current(settings_);
   hotkey_->install(preset);
   menu_->update(preset);
+}
+
+void DesktopApp::watchSettings() {
+  // The command-line tool writes the same file (`skimlet profile set`): its changes reach the
+  // running palette's next command, and a new hotkey preset is grabbed at once.
+  if (settings_.path().empty()) return;
+  // The folder must exist to be watched; a first change then creates the file in it. It holds
+  // the user's profile, so it is theirs alone.
+  g_mkdir_with_parents(std::filesystem::path(settings_.path()).parent_path().c_str(), 0700);
+  GFile* file = g_file_new_for_path(settings_.path().c_str());
+  settingsMonitor_ = g_file_monitor_file(file, G_FILE_MONITOR_WATCH_MOVES, nullptr, nullptr);
+  g_object_unref(file);
+  if (!settingsMonitor_) return;
+  g_signal_connect(settingsMonitor_, "changed",
+                   G_CALLBACK(+[](GFileMonitor*, GFile*, GFile*, GFileMonitorEvent event, DesktopApp* self) {
+                     if (event != G_FILE_MONITOR_EVENT_CHANGES_DONE_HINT && event != G_FILE_MONITOR_EVENT_RENAMED &&
+                         event != G_FILE_MONITOR_EVENT_MOVED_IN && event != G_FILE_MONITOR_EVENT_CREATED) {
+                       return;
+                     }
+                     const std::string before = HotkeySettings::linuxAccelerator(HotkeySettings::current(self->settings_));
+                     if (!self->settings_.reload()) return;
+                     if (HotkeySettings::linuxAccelerator(HotkeySettings::current(self->settings_)) != before) {
+                       self->installHotkey();
+                     }
+                   }),
+                   this);
 }
 
 std::string DesktopApp::hotkeyTitle() { return HotkeySettings::linuxTitle(HotkeySettings::current(settings_)); }

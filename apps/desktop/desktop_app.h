@@ -43,6 +43,7 @@ class DesktopApp {
 
  private:
   void installHotkey();
+  void watchSettings();
 
   GtkApplication* app_;
   JsonSettings settings_;
@@ -57,6 +58,7 @@ class DesktopApp {
   std::unique_ptr<StatusMenu> menu_;
   std::unique_ptr<Hotkey> hotkey_;
   guint poll_ = 0;
+  GFileMonitor* settingsMonitor_ = nullptr;
 };
 
 }  // namespace skimlet::desktop

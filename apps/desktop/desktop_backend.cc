@@ -3,6 +3,7 @@
 #include <filesystem>
 #include <stdexcept>
 
+#include "backends/atspi/desktop_session.h"
 #include "backends/chromium/live_session.h"
 #include "backends/memory/backend.h"
 #include "local_site.h"
@@ -43,6 +44,8 @@ class MemoryBackend final : public DesktopBackend {
  public:
   MemoryBackend(std::unique_ptr<memory::Backend> backend, Settings& settings, Dispatch& dispatch)
       : backend_(std::move(backend)), settings_(settings), dispatch_(dispatch) {}
+  MemoryBackend(memory::Recording recording, Settings& settings, Dispatch& dispatch)
+      : MemoryBackend(std::make_unique<memory::Backend>(std::move(recording)), settings, dispatch) {}
   Platform platform() override {
     Platform p = backend_->platform();
     return Platform{p.ax, p.workspace, p.input, p.pasteboard, p.highlighter, dispatch_, p.clock, settings_};
@@ -56,12 +59,46 @@ class MemoryBackend final : public DesktopBackend {
   Dispatch& dispatch_;
 };
 
-// Until the desktop's own accessibility backend is wired in, no browser of the user's is
-// reachable: the palette says so, as it does when none is in front.
+AccessStatus accessOf(const atspi::AccessStatus& s) {
+  // No open browser is not a question of access: the palette says so by itself.
+  const bool on = s.ready() || s.kind == atspi::AccessStatus::Kind::noBrowser;
+  return on ? AccessStatus{} : AccessStatus{false, s.headline, s.hint};
+}
+
+// The user's own browsers, through the desktop's accessibility bus.
+class AtspiBackend final : public DesktopBackend {
+ public:
+  AtspiBackend(std::unique_ptr<atspi::DesktopSession> session, const atspi::AccessStatus& status)
+      : session_(std::move(session)), access_(accessOf(status)) {}
+  Platform platform() override { return session_->platform(); }
+  AccessStatus access() override { return access_; }
+  AccessStatus enableAccess() override { return access_ = accessOf(session_->status()); }
+
+ private:
+  std::unique_ptr<atspi::DesktopSession> session_;
+  AccessStatus access_;
+};
+
+// A desktop without an accessibility bus: nothing can be read, and the palette says why.
+class NoAccessBackend final : public DesktopBackend {
+ public:
+  NoAccessBackend(const atspi::AccessStatus& status, Settings& settings, Dispatch& dispatch)
+      : nothing_(memory::Recording{memory::AppInfo{"", "", 1, ""}, false, memory::Node{.role = "AXWindow"}},
+                 settings, dispatch),
+        access_(accessOf(status)) {}
+  Platform platform() override { return nothing_.platform(); }
+  AccessStatus access() override { return access_; }
+
+ private:
+  MemoryBackend nothing_;
+  AccessStatus access_;
+};
+
 std::unique_ptr<DesktopBackend> userBrowser(Settings& settings, Dispatch& dispatch) {
-  memory::Recording nothing{memory::AppInfo{"Files", "org.skimlet.none", 1, ""}, true,
-                            memory::Node{.role = "AXWindow"}};
-  return std::make_unique<MemoryBackend>(std::make_unique<memory::Backend>(std::move(nothing)), settings, dispatch);
+  atspi::AccessStatus status;
+  auto session = atspi::DesktopSession::open(settings, &status, &dispatch);
+  if (!session) return std::make_unique<NoAccessBackend>(status, settings, dispatch);
+  return std::make_unique<AtspiBackend>(std::move(session), status);
 }
 
 }  // namespace

@@ -17,8 +17,9 @@ namespace skimlet::desktop {
 
 struct AccessStatus {
   bool on = true;
-  // What the palette and Settings say about it (empty when there is nothing to say).
-  std::string message;
+  // What the palette and Settings say when it is off: what stands in the way, what to do.
+  std::string headline;
+  std::string hint;
 };
 
 class DesktopBackend {
@@ -27,7 +28,7 @@ class DesktopBackend {
   // Work for the main thread goes to `Platform::dispatch`, which the application supplies.
   virtual Platform platform() = 0;
   virtual AccessStatus access() = 0;
-  // Asks the desktop to turn accessibility on; the new status.
+  // Asks the desktop to turn accessibility on and checks again; the new status.
   virtual AccessStatus enableAccess() { return access(); }
   // Delivers work a backend queues for itself (activation notices); called on the main thread.
   virtual void poll() {}

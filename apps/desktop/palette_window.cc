@@ -25,6 +25,13 @@ const char* iconFor(const std::string& symbol) {
   return it == icons.end() ? "go-next-symbolic" : it->second;
 }
 
+std::string escaped(const std::string& text) {
+  gchar* e = g_markup_escape_text(text.c_str(), -1);
+  std::string out(e);
+  g_free(e);
+  return out;
+}
+
 std::string markup(const std::string& lightMarkdown) {
   std::string out;
   for (const auto& run : lightMarkdownRuns(lightMarkdown)) {
@@ -271,13 +278,15 @@ void PaletteWindow::addOnboarding() {
   if (!access.on) {
     GtkWidget* box = gtk_box_new(GTK_ORIENTATION_VERTICAL, 6);
     gtk_style_context_add_class(gtk_widget_get_style_context(box), "notice");
-    gtk_box_pack_start(GTK_BOX(box), label("<b>Skimlet needs accessibility to read pages</b>", {.markup = true}),
-                       false, false, 0);
-    std::string text = access.message.empty()
-                           ? "Skimlet reads the page through the desktop's accessibility interface, which is off."
-                           : access.message;
-    text += " Browsers look at this setting when they start, so quit and reopen your browser once after turning it on.";
-    gtk_box_pack_start(GTK_BOX(box), label(text, {.wrap = true}), false, false, 0);
+    const std::string headline =
+        access.headline.empty() ? "Skimlet needs desktop accessibility to read pages" : access.headline;
+    gtk_box_pack_start(GTK_BOX(box), label("<b>" + escaped(headline) + "</b>", {.markup = true, .wrap = true}), false,
+                       false, 0);
+    // A browser joins the accessibility bus only when it starts with the switch on.
+    const std::string hint = access.hint.empty()
+                                 ? "Turning it on takes a moment; then quit your browser and open it again, once."
+                                 : access.hint;
+    gtk_box_pack_start(GTK_BOX(box), label(hint, {.wrap = true}), false, false, 0);
     GtkWidget* button = gtk_button_new_with_label("Turn On Accessibility");
     gtk_style_context_add_class(gtk_widget_get_style_context(button), "suggested-action");
     gtk_widget_set_halign(button, GTK_ALIGN_START);

@@ -182,8 +182,7 @@ void SettingsWindow::showModel(const ModelStore::State& state) {
 
 void SettingsWindow::showAccess() {
   const AccessStatus access = backend_.access();
-  std::string text = access.on ? "On: Skimlet can read the browser's pages." : "Off: Skimlet cannot read pages yet.";
-  if (!access.message.empty()) text += " " + access.message;
+  std::string text = access.on ? "On: Skimlet can read the browser's pages." : access.headline + ". " + access.hint;
   gtk_label_set_text(GTK_LABEL(access_), text.c_str());
 }
 

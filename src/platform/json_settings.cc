@@ -123,6 +123,15 @@ std::string JsonSettings::defaultPath() {
   return {};
 }
 
+bool JsonSettings::reload() {
+  if (path_.empty()) return false;
+  nlohmann::json values;
+  if (readFile(path_, values) != FileState::object) return false;
+  std::lock_guard lock(mutex_);
+  values_ = std::move(values);
+  return true;
+}
+
 std::optional<std::string> JsonSettings::problem() {
   std::lock_guard lock(mutex_);
   return problem_;

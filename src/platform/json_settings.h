@@ -35,6 +35,10 @@ class JsonSettings final : public Settings {
   std::optional<std::string> problem();
   // Why the last change could not be written; none when it was.
   std::optional<std::string> saveError();
+  // Reads the file again, for a long-running program whose settings another one changed (the
+  // desktop application after `skimlet profile set`). A missing or corrupt file changes nothing
+  // and answers false.
+  bool reload();
 
   std::optional<std::string> string(std::string_view key) override;
   std::optional<std::int64_t> integer(std::string_view key) override;

@@ -87,6 +87,9 @@ class Desktop:
     def palette_shown(self):
         return self.window("^Skimlet$")
 
+    def palette_focused(self):
+        return self.xdotool("getwindowfocus", "getwindowname").strip() == "Skimlet"
+
     def page_title(self, title):
         return self.window("^" + title + " - Chromium$", visible=False)
 
@@ -99,6 +102,17 @@ class Desktop:
     def command(self, text):
         self.type(text)
         self.keys("Return")
+
+    def answer(self, keys, what, check):
+        """Presses `keys` until `check` holds: keys pressed while the command still works are
+        ignored, and once the question is answered they only ask it again."""
+        for _ in range(4):
+            self.keys(*keys)
+            try:
+                return wait_for(what, check, timeout=5.0)
+            except AssertionError:
+                pass
+        raise AssertionError("timed out waiting for " + what)
 
 
 def main():
@@ -158,8 +172,9 @@ def main():
             wait_for("the page to be signed in", lambda: d.page_title("Signed in"))
 
         def escape_takes_two_steps():
-            time.sleep(1.0)  # the palette takes the focus back from the browser
-            assert d.palette_shown()
+            # Clicking brought the browser forward; the palette takes the focus back.
+            time.sleep(0.5)
+            wait_for("the palette to have the focus", d.palette_focused)
             d.keys("Escape")  # puts the result away
             time.sleep(0.5)
             assert d.palette_shown()
@@ -172,17 +187,15 @@ def main():
             d.command("click delete account")
             time.sleep(2.0)
             assert not d.page_title("Account deleted"), "a risky click ran without asking"
-            d.keys("Return")
-            wait_for("the account to be deleted", lambda: d.page_title("Account deleted"))
+            d.answer(["Return"], "the account to be deleted", lambda: d.page_title("Account deleted"))
 
         def choice_by_keyboard():
-            time.sleep(1.0)
+            wait_for("the palette to have the focus", d.palette_focused)
             d.keys("ctrl+a")
             d.command("click email")
             time.sleep(2.0)
             assert not d.page_title("Picked email .*"), "an ambiguous click ran without a choice"
-            d.keys("Down", "Return")
-            wait_for("an option to be picked", lambda: d.page_title("Picked email .*"))
+            d.answer(["Down", "Return"], "an option to be picked", lambda: d.page_title("Picked email .*"))
 
         case("a second launch toggles the running palette", second_launch_toggles)
         case("the menu's actions open the palette, Settings and the Inspector", menu_actions_open_windows)

@@ -1,12 +1,18 @@
-// The small GTK-free pieces the desktop shells draw with: light Markdown runs, the menu, the
-// download line and the Inspector's tree.
+// The small GTK-free pieces the desktop shells draw with (light Markdown runs, the menu, the
+// download line, the Inspector's tree) and the settings file that the CLI changes under them.
 #include <gtest/gtest.h>
+
+#include <unistd.h>
+
+#include <cstdio>
+#include <fstream>
 
 #include "backends/memory/backend.h"
 #include "inspector/inspector_tree.h"
 #include "llm/download_meter.h"
 #include "palette/app_menu.h"
 #include "palette/light_markdown.h"
+#include "platform/json_settings.h"
 
 namespace skimlet {
 namespace {
@@ -69,6 +75,21 @@ TEST(InspectorTree, ReadsTheWindowWithinTheDepthLimitAndPicksTheSmallestFrame) {
   EXPECT_EQ(row.actions, "AXPress");
   EXPECT_EQ(InspectorTree::row(elements[static_cast<std::size_t>(*at) - 1]).subrole, "AXLandmarkMain");
   EXPECT_FALSE(InspectorTree::elementAt(elements, Point{5000, 5000}));
+}
+
+TEST(JsonSettings, ReloadSeesAnotherProgramsChangeAndKeepsValuesOverABrokenFile) {
+  const std::string path = ::testing::TempDir() + "skimlet-settings-reload-" + std::to_string(::getpid()) + ".json";
+  auto write = [&](const std::string& text) { std::ofstream(path) << text; };
+  write(R"({"profile.name": "Ada"})");
+  JsonSettings settings(path);
+  write(R"({"profile.name": "Grace", "hotkeyPreset": 2})");
+  EXPECT_TRUE(settings.reload());
+  EXPECT_EQ(settings.string("profile.name"), "Grace");
+  EXPECT_EQ(settings.integer("hotkeyPreset"), 2);
+  write("{\"profile.na");  // caught halfway through another program's write
+  EXPECT_FALSE(settings.reload());
+  EXPECT_EQ(settings.string("profile.name"), "Grace");
+  std::remove(path.c_str());
 }
 
 }  // namespace
