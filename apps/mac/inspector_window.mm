@@ -1,0 +1,108 @@
+#import "inspector_window.h"
+
+#include <memory>
+
+#include "browser/inspector.h"
+#include "palette/app_menu.h"
+
+namespace {
+NSString* ns(const std::string& s) { return [NSString stringWithUTF8String:s.c_str()] ?: @""; }
+}  // namespace
+
+@implementation SkimletInspectorWindow {
+  std::optional<skimlet::Platform> _platform;
+  skimlet::BrowserTracker* _tracker;
+  std::vector<skimlet::PageElement> _elements;
+  NSWindow* _window;
+  NSTableView* _table;
+  NSTextField* _status;
+}
+
+- (instancetype)initWithPlatform:(skimlet::Platform)platform tracker:(skimlet::BrowserTracker*)tracker {
+  if (!(self = [super init])) return nil;
+  _platform.emplace(platform);
+  _tracker = tracker;
+  _window = [[NSWindow alloc] initWithContentRect:NSMakeRect(0, 0, 760, 560)
+                                        styleMask:NSWindowStyleMaskTitled | NSWindowStyleMaskClosable |
+                                                  NSWindowStyleMaskResizable
+                                          backing:NSBackingStoreBuffered
+                                            defer:YES];
+  _window.title = ns(skimlet::kInspectorTitle);
+  _window.releasedWhenClosed = NO;
+
+  _table = [[NSTableView alloc] init];
+  NSTableColumn* column = [[NSTableColumn alloc] initWithIdentifier:@"element"];
+  column.title = @"Element";
+  column.width = 740;
+  [_table addTableColumn:column];
+  _table.headerView = nil;
+  _table.dataSource = self;
+  _table.delegate = self;
+  NSScrollView* scroll = [[NSScrollView alloc] init];
+  scroll.documentView = _table;
+  scroll.hasVerticalScroller = YES;
+
+  _status = [NSTextField labelWithString:@""];
+  NSButton* refresh = [NSButton buttonWithTitle:@"Refresh" target:self action:@selector(refresh:)];
+  NSStackView* bar = [NSStackView stackViewWithViews:@[ refresh, _status ]];
+  NSStackView* column2 = [NSStackView stackViewWithViews:@[ bar, scroll ]];
+  column2.orientation = NSUserInterfaceLayoutOrientationVertical;
+  column2.edgeInsets = NSEdgeInsetsMake(10, 10, 10, 10);
+  _window.contentView = column2;
+  return self;
+}
+
+- (void)show {
+  [NSApp activateIgnoringOtherApps:YES];
+  [_window center];
+  [_window makeKeyAndOrderFront:nil];
+  [self refresh:nil];
+}
+
+- (void)refresh:(id)sender {
+  auto target = _tracker->current();
+  if (!target) {
+    _status.stringValue = @"No supported browser in front";
+    _elements.clear();
+    [_table reloadData];
+    return;
+  }
+  _status.stringValue = @"Reading…";
+  // Accessibility reads block on the browser, so they run off the main thread.
+  skimlet::Platform platform = *_platform;
+  __weak SkimletInspectorWindow* weakSelf = self;
+  dispatch_async(dispatch_get_global_queue(QOS_CLASS_USER_INITIATED, 0), ^{
+    auto elements = std::make_shared<std::vector<skimlet::PageElement>>(
+        skimlet::Inspector::capture(platform.ax, platform.clock, *target));
+    dispatch_async(dispatch_get_main_queue(), ^{
+      [weakSelf showElements:elements browser:target->browserName()];
+    });
+  });
+}
+
+- (void)showElements:(std::shared_ptr<std::vector<skimlet::PageElement>>)elements browser:(std::string)browser {
+  _elements = std::move(*elements);
+  _status.stringValue = ns(std::to_string(_elements.size()) + " elements in " + browser);
+  [_table reloadData];
+}
+
+- (NSInteger)numberOfRowsInTableView:(NSTableView*)tableView {
+  return static_cast<NSInteger>(_elements.size());
+}
+
+- (NSView*)tableView:(NSTableView*)tableView viewForTableColumn:(NSTableColumn*)column row:(NSInteger)row {
+  const skimlet::PageElement& e = _elements[static_cast<size_t>(row)];
+  NSTextField* cell = [NSTextField labelWithString:ns(std::string(static_cast<size_t>(e.depth) * 2, ' ') +
+                                                      skimlet::Inspector::line(e))];
+  cell.font = [NSFont monospacedSystemFontOfSize:11 weight:NSFontWeightRegular];
+  cell.lineBreakMode = NSLineBreakByTruncatingTail;
+  return cell;
+}
+
+- (void)tableViewSelectionDidChange:(NSNotification*)notification {
+  NSInteger row = _table.selectedRow;
+  if (row < 0 || static_cast<size_t>(row) >= _elements.size()) return;
+  if (const auto& frame = _elements[static_cast<size_t>(row)].frame) _platform->highlighter.show(*frame, 3.0);
+}
+
+@end
