@@ -2,12 +2,11 @@
 
 #include <memory>
 
+#include "backends/mac/ns_text.h"
 #include "browser/inspector.h"
 #include "palette/app_menu.h"
 
-namespace {
-NSString* ns(const std::string& s) { return [NSString stringWithUTF8String:s.c_str()] ?: @""; }
-}  // namespace
+using skimlet::mac::ns;
 
 @implementation SkimletInspectorWindow {
   std::optional<skimlet::Platform> _platform;

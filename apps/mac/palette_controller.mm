@@ -1,16 +1,17 @@
 #import "palette_controller.h"
 
+#include "backends/mac/ns_text.h"
 #include "page/ax_helpers.h"
 #include "palette/palette_content.h"
 
 using skimlet::PaletteContent;
 using skimlet::PaletteKey;
+using skimlet::mac::ns;
 
 namespace {
 constexpr CGFloat kWidth = 640;
 constexpr CGFloat kPadding = 14;
 
-NSString* ns(const std::string& s) { return [NSString stringWithUTF8String:s.c_str()] ?: @""; }
 
 NSAttributedString* styled(const std::vector<skimlet::TextRun>& runs, CGFloat size) {
   NSMutableAttributedString* out = [[NSMutableAttributedString alloc] init];
@@ -177,7 +178,7 @@ NSTextField* plain(const std::string& text, CGFloat size, NSColor* color) {
 #pragma mark Keys
 
 - (void)controlTextDidChange:(NSNotification*)notification {
-  _vm->input = std::string(_field.stringValue.UTF8String ?: "");
+  _vm->input = skimlet::mac::str(_field.stringValue);
   _vm->inputChanged();
   [self render];
 }

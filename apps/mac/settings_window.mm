@@ -1,13 +1,15 @@
 #import "settings_window.h"
 
+#include "backends/mac/ns_text.h"
 #include "engine/profile.h"
 #include "llm/model_store.h"
 #include "page/ax_helpers.h"
 #include "palette/hotkey_settings.h"
 #include "palette/model_status.h"
 
+using skimlet::mac::ns;
+
 namespace {
-NSString* ns(const std::string& s) { return [NSString stringWithUTF8String:s.c_str()] ?: @""; }
 const skimlet::ProfileField kFields[] = {skimlet::ProfileField::name, skimlet::ProfileField::email,
                                          skimlet::ProfileField::phone};
 }  // namespace
@@ -138,7 +140,7 @@ const skimlet::ProfileField kFields[] = {skimlet::ProfileField::name, skimlet::P
 - (void)controlTextDidChange:(NSNotification*)notification {
   for (int i = 0; i < 3; ++i) {
     if (notification.object == _profile[i])
-      _platform->settings.setString(skimlet::Profile::key(kFields[i]), _profile[i].stringValue.UTF8String ?: "");
+      _platform->settings.setString(skimlet::Profile::key(kFields[i]), skimlet::mac::str(_profile[i].stringValue));
   }
 }
 

@@ -2,6 +2,8 @@
 
 #import <AppKit/AppKit.h>
 
+#include "backends/mac/ns_text.h"
+
 namespace skimlet::mac {
 
 struct MacWorkspace::Observers {
@@ -9,11 +11,6 @@ struct MacWorkspace::Observers {
 };
 
 namespace {
-
-std::string str(NSString* s) { return s ? std::string(s.UTF8String) : std::string(); }
-// Never nil, so it can be handed to the calls that require a string (text that is not UTF-8
-// becomes the empty string, which no URL parses from).
-NSString* ns(const std::string& s) { return [NSString stringWithUTF8String:s.c_str()] ?: @""; }
 
 RunningApp describe(NSRunningApplication* app) {
   return RunningApp{app.processIdentifier, str(app.bundleIdentifier), str(app.localizedName), str(app.bundleURL.path)};
