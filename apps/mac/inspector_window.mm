@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "backends/mac/ns_text.h"
+#include "backends/mac/overlay_placement.h"
 #include "browser/inspector.h"
 #include "palette/app_menu.h"
 
@@ -15,6 +16,8 @@ using skimlet::mac::ns;
   NSWindow* _window;
   NSTableView* _table;
   NSTextField* _status;
+  id _pickMonitor;  // while picking: the global mouse-down monitor
+  skimlet::Pid _browserPid;
 }
 
 - (instancetype)initWithPlatform:(skimlet::Platform)platform tracker:(skimlet::BrowserTracker*)tracker {
@@ -43,7 +46,8 @@ using skimlet::mac::ns;
 
   _status = [NSTextField labelWithString:@""];
   NSButton* refresh = [NSButton buttonWithTitle:@"Refresh" target:self action:@selector(refresh:)];
-  NSStackView* bar = [NSStackView stackViewWithViews:@[ refresh, _status ]];
+  NSButton* pick = [NSButton buttonWithTitle:@"Pick in Browser" target:self action:@selector(pick:)];
+  NSStackView* bar = [NSStackView stackViewWithViews:@[ refresh, pick, _status ]];
   NSStackView* column2 = [NSStackView stackViewWithViews:@[ bar, scroll ]];
   column2.orientation = NSUserInterfaceLayoutOrientationVertical;
   column2.edgeInsets = NSEdgeInsetsMake(10, 10, 10, 10);
@@ -67,6 +71,7 @@ using skimlet::mac::ns;
     return;
   }
   _status.stringValue = @"Reading…";
+  _browserPid = target->app.pid;
   // Accessibility reads block on the browser, so they run off the main thread.
   skimlet::Platform platform = *_platform;
   __weak SkimletInspectorWindow* weakSelf = self;
@@ -83,6 +88,38 @@ using skimlet::mac::ns;
   _elements = std::move(*elements);
   _status.stringValue = ns(std::to_string(_elements.size()) + " elements in " + browser);
   [_table reloadData];
+}
+
+// The next click anywhere (in the browser, normally) selects the element under it. A global
+// monitor sees clicks in other applications without taking them away from them.
+- (void)pick:(id)sender {
+  if (_pickMonitor || _elements.empty()) return;
+  _status.stringValue = @"Click an element in the browser…";
+  __weak SkimletInspectorWindow* weakSelf = self;
+  _pickMonitor = [NSEvent addGlobalMonitorForEventsMatchingMask:NSEventMaskLeftMouseDown
+                                                        handler:^(NSEvent* event) {
+                                                          [weakSelf picked:NSEvent.mouseLocation];
+                                                        }];
+}
+
+- (void)picked:(NSPoint)location {
+  [NSEvent removeMonitor:_pickMonitor];
+  _pickMonitor = nil;
+  NSScreen* menuBarScreen = NSScreen.screens.firstObject;
+  skimlet::Point at = skimlet::mac::axPoint({location.x, location.y}, NSMaxY(menuBarScreen.frame));
+  skimlet::ax::Api& ax = _platform->ax;
+  skimlet::ax::ElementRef element;
+  if (ax.copyElementAtPosition(ax.createApplication(_browserPid), at, element) != skimlet::ax::Error::success) {
+    _status.stringValue = @"Nothing accessible there";
+    return;
+  }
+  auto row = skimlet::Inspector::rowFor(ax, _elements, element);
+  if (!row) {
+    _status.stringValue = @"That element is not in the tree shown; try Refresh";
+    return;
+  }
+  [_table selectRowIndexes:[NSIndexSet indexSetWithIndex:static_cast<NSUInteger>(*row)] byExtendingSelection:NO];
+  [_table scrollRowToVisible:*row];
 }
 
 - (NSInteger)numberOfRowsInTableView:(NSTableView*)tableView {

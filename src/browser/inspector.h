@@ -2,6 +2,7 @@
 // inspector's limits, and one line of text per element.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -16,6 +17,10 @@ inline constexpr Crawler::Limits limits{false, 2500, 14, 4.0};
 
 // The browser window's tree, web areas and all; empty when no window is accessible.
 std::vector<PageElement> capture(ax::Api& ax, Clock& clock, const BrowserTarget& target);
+
+// The row of the inspected tree that holds `picked`, or its nearest ancestor there (a point on
+// the page usually names a text run deeper than the inspector reads); none when neither is.
+std::optional<int> rowFor(ax::Api& ax, const std::vector<PageElement>& elements, const ax::ElementRef& picked);
 
 // "AXButton (AXToggle) “Sign in” 120,40 80×24 [AXPress]": role, subrole when there is one, label
 // when there is one, frame when there is one, action names when there are any.

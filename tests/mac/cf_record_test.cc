@@ -80,6 +80,7 @@ TEST(OverlayPlacement, FlipsAgainstTheMainScreenAndLetsOnlyTheLatestShowHide) {
   // An element 50 points below the top of a 900-point screen, 30 high: its outline's bottom edge
   // sits 900 - 80 - 2 points above the screen's bottom.
   EXPECT_EQ(overlayFrame({100, 50, 200, 30}, 900, 2), (Rect{98, 818, 204, 34}));
+  EXPECT_EQ(axPoint({100, 850}, 900), (Point{100, 50}));
 
   OverlayTokens tokens;
   auto first = tokens.shown();

@@ -5,6 +5,7 @@
 #include "backends/memory/backend.h"
 #include "browser/browser_registry.h"
 #include "browser/browser_tracker.h"
+#include "browser/inspector.h"
 #include "page/page_snapshot.h"
 #include "support/forwarding_ax.h"
 #include "support/page_builder.h"
@@ -110,6 +111,26 @@ TEST(BrowserTarget, EachChromiumProcessIsPreparedOnce) {
     EXPECT_EQ(b.attributeWrites("AXManualAccessibility"), c.writes) << c.bundleID;
     EXPECT_EQ(b.attributeWrites("AXEnhancedUserInterface"), c.writes) << c.bundleID;
   }
+}
+
+TEST(Inspector, APickedPointSelectsItsElementOrNearestReadAncestor) {
+  memory::Backend b(testing::browserWindow({testing::group({testing::group({testing::text("Deep words")})}), button("OK")}));
+  const auto elements = Inspector::capture(b.ax(), b.clock(), *b.target());
+  ASSERT_FALSE(elements.empty());
+  const ax::ElementRef ok = *b.find("AXButton", "OK"), deep = *b.find("AXStaticText", "Deep words");
+  auto row = Inspector::rowFor(b.ax(), elements, ok);
+  ASSERT_TRUE(row);
+  EXPECT_EQ(elements[*row].element, ok);
+
+  // A tree read only two levels down: the text is not in it, so its row is the deepest
+  // ancestor that is.
+  Crawler::Limits shallow = Inspector::limits;
+  shallow.maxDepth = 2;
+  const auto top = Crawler::crawl(b.ax(), b.clock(), b.window(), shallow);
+  row = Inspector::rowFor(b.ax(), top, deep);
+  ASSERT_TRUE(row);
+  EXPECT_EQ(top[*row].depth, 2);
+  EXPECT_FALSE(Inspector::rowFor(b.ax(), {}, deep));
 }
 
 TEST(BrowserTarget, FocusedElementOnlyWhenItIsAnElement) {

@@ -7,4 +7,6 @@ Rect overlayFrame(Rect ax, double mainScreenHeight, double margin) {
               ax.height + 2 * margin};
 }
 
+Point axPoint(Point appKit, double mainScreenHeight) { return Point{appKit.x, mainScreenHeight - appKit.y}; }
+
 }  // namespace skimlet::mac

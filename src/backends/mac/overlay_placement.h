@@ -14,6 +14,9 @@ namespace skimlet::mac {
 // of the main screen.
 Rect overlayFrame(Rect axFrame, double mainScreenHeight, double margin);
 
+// A point AppKit reports (the mouse location, say) in accessibility coordinates.
+Point axPoint(Point appKit, double mainScreenHeight);
+
 // Every show supersedes the hides scheduled before it: a timer fires with the token of the show
 // that scheduled it and hides the outline only if no show or hide came since.
 class OverlayTokens {
