@@ -4,9 +4,6 @@
 # The Swift file needs a generator that compiles Swift (Ninja, as scripts/build.sh uses, or
 # Xcode); with another generator the application is left out and the rest still builds.
 option(SKIMLET_MAC_APP "Build the Skimlet.app bundle" ON)
-if(NOT CMAKE_OSX_DEPLOYMENT_TARGET)
-  set(CMAKE_OSX_DEPLOYMENT_TARGET 13.0)
-endif()
 enable_language(OBJCXX)
 
 file(GLOB SKIMLET_MAC_SYSTEM_SOURCES CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/src/backends/mac/*.mm)
