@@ -1,6 +1,7 @@
 // skimlet run --fixture FILE [--json] [--confirm] [--pick N] [--profile KEY=VALUE]...
 //             [--model FILE | --no-model] COMMAND
 // skimlet run --url URL [same options] COMMAND...
+// skimlet run --desktop [same options] COMMAND...
 //
 // One command against a recorded page, as the palette runs it on Return: understood by the
 // rules, then the local model (the installed one, the file given, or none), then the fallback;
@@ -8,7 +9,8 @@
 // With --url, the page is opened in a fresh headless Chromium instead and each argument is a
 // command of its own, run one after another on the live page, each with a fresh engine and the
 // same --confirm and --pick answers. Prints the outcomes and what was done to the page, readably
-// or as the JSON object scripts rely on (with --url, also the browser's state afterwards).
+// or as the JSON object scripts rely on (with --url, also the browser's state afterwards). With
+// --desktop the commands act on the browser in front on the user's own desktop.
 #include <unistd.h>
 
 #include <deque>
@@ -17,6 +19,7 @@
 
 #if !defined(__APPLE__)
 #include "backends/chromium/live_session.h"
+#include "desktop_session.h"
 #endif
 
 #include "backends/memory/recording.h"
@@ -37,7 +40,7 @@ namespace {
 int runCommand(const Args& args);
 
 const Command kRun{"run",
-                   std::string("run --fixture FILE | --url URL [--json] [--confirm] [--pick N] [--profile KEY=VALUE]... ") +
+                   std::string("run --fixture FILE | --url URL | --desktop [--json] [--confirm] [--pick N] [--profile KEY=VALUE]... ") +
                        modelUsage + " COMMAND...",
                    "Runs a command on a recorded page (or commands on a live one) and shows what it did "
                    "(exit status 1 when it failed).",
@@ -46,6 +49,7 @@ const Command kRun{"run",
 struct RunOptions {
   std::string fixture;
   std::string url;
+  bool desktop = false;  // the user's own browser in front on the desktop
   bool json = false;
   int confirms = 0;        // how many confirmations to accept
   std::deque<int> picks;   // the options to pick, in order, counting from 1
@@ -73,6 +77,8 @@ std::string parseOptions(const Args& args, RunOptions& o) {
       if (!problem.empty()) return problem;
     } else if (a == "--json") {
       o.json = true;
+    } else if (a == "--desktop") {
+      o.desktop = true;
     } else if (a == "--confirm") {
       ++o.confirms;
     } else if (a == "--fixture") {
@@ -107,7 +113,7 @@ std::string parseOptions(const Args& args, RunOptions& o) {
       o.commands.back() += " " + a;
     }
   }
-  if (o.fixture.empty() == o.url.empty()) return "give either --fixture FILE or --url URL";
+  if (!o.fixture.empty() + !o.url.empty() + o.desktop != 1) return "give one of --fixture FILE, --url URL or --desktop";
   if (o.command.empty()) return "no command given";
   return "";
 }
@@ -229,7 +235,7 @@ int runOnUrl(RunOptions& o) {
     std::cerr << "skimlet run: no Chromium found (install Debian's chromium package, or set SKIMLET_CHROMIUM)\n";
     return 1;
   }
-  memory::MemorySettings settings;
+  MemorySettings settings;
   applyProfile(settings, o);
   Models models(o.model);
   std::unique_ptr<chromium::LiveSession> session;
@@ -271,9 +277,39 @@ int runOnUrl(RunOptions& o) {
 #endif
 }
 
+int runOnDesktop(RunOptions& o) {
+#if defined(__APPLE__)
+  std::cerr << "skimlet run: --desktop is for Linux desktops\n";
+  return 1;
+#else
+  MemorySettings settings;
+  applyProfile(settings, o);
+  auto desktop = openDesktopBrowser(settings, "run");
+  if (!desktop) return 1;
+  Models models(o.model);
+  const OutcomeText text(::isatty(STDOUT_FILENO));
+  Ran ran;
+  for (std::size_t i = 0; i < o.commands.size(); ++i) {
+    if (!o.json) std::cout << (i ? "\n" : "") << text.markdown("**› " + TextUtil::md(o.commands[i]) + "**") << "\n";
+    runOne(o.commands[i], desktop->target, desktop->session->platform(), models.ai(), o, ran,
+           o.json ? nullptr : &text);
+    desktop->session->runLoop().runPending();
+    if (!ran.problem.empty()) break;
+  }
+  if (o.json) {
+    auto json = runJson(ran.titles.empty() ? std::string() : ran.titles.back(), ran.outcomes, {});
+    json["intents"] = ran.titles;
+    json["browser"] = desktop->target.browserName();
+    std::cout << jsonLine(json) << "\n";
+  }
+  return finish(ran, models);
+#endif
+}
+
 int runCommand(const Args& args) {
   RunOptions o;
   if (std::string problem = parseOptions(args, o); !problem.empty()) return usageError(kRun, problem);
+  if (o.desktop) return runOnDesktop(o);
   return o.url.empty() ? runOnFixture(o) : runOnUrl(o);
 }
 

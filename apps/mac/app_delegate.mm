@@ -5,6 +5,7 @@
 #include "ai/bridged_system_model.h"
 #include "ai/own_model.h"
 #include "backends/mac/mac_session.h"
+#include "backends/mac/ns_text.h"
 #include "browser/browser_tracker.h"
 #include "carbon_hotkey.h"
 #import "inspector_window.h"
@@ -75,20 +76,19 @@
 - (void)menuNeedsUpdate:(NSMenu*)menu {
   [menu removeAllItems];
   const std::string title = skimlet::HotkeySettings::current(_session->settings()).title;
-  for (const skimlet::AppMenuItem& item : skimlet::appMenu(title)) {
-    using A = skimlet::AppMenuItem::Action;
-    if (item.action == A::separator) {
+  for (const skimlet::AppMenuItem& item : skimlet::appMenuItems(title)) {
+    if (item.label.empty()) {
       [menu addItem:NSMenuItem.separatorItem];
       continue;
     }
-    SEL action = item.action == A::openPalette ? @selector(openPalette:)
-                 : item.action == A::inspector ? @selector(openInspector:)
-                 : item.action == A::settings  ? @selector(openSettings:)
-                                               : @selector(terminate:);
-    NSMenuItem* entry = [[NSMenuItem alloc] initWithTitle:[NSString stringWithUTF8String:item.title.c_str()]
+    SEL action = item.action == "open"        ? @selector(openPalette:)
+                 : item.action == "inspector" ? @selector(openInspector:)
+                 : item.action == "settings"  ? @selector(openSettings:)
+                                              : @selector(terminate:);
+    NSMenuItem* entry = [[NSMenuItem alloc] initWithTitle:skimlet::mac::ns(item.label)
                                                    action:action
                                             keyEquivalent:@""];
-    entry.target = item.action == A::quit ? (id)NSApp : (id)self;
+    entry.target = item.action == "quit" ? (id)NSApp : (id)self;
     [menu addItem:entry];
   }
 }

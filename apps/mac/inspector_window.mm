@@ -4,10 +4,13 @@
 
 #include "backends/mac/ns_text.h"
 #include "backends/mac/overlay_placement.h"
-#include "browser/inspector.h"
-#include "palette/app_menu.h"
+#include "inspector/inspector_tree.h"
 
 using skimlet::mac::ns;
+
+namespace {
+constexpr const char* kTitle = "Skimlet Inspector";
+}  // namespace
 
 @implementation SkimletInspectorWindow {
   std::optional<skimlet::Platform> _platform;
@@ -17,7 +20,6 @@ using skimlet::mac::ns;
   NSTableView* _table;
   NSTextField* _status;
   id _pickMonitor;  // while picking: the global mouse-down monitor
-  skimlet::Pid _browserPid;
 }
 
 - (instancetype)initWithPlatform:(skimlet::Platform)platform tracker:(skimlet::BrowserTracker*)tracker {
@@ -29,7 +31,7 @@ using skimlet::mac::ns;
                                                   NSWindowStyleMaskResizable
                                           backing:NSBackingStoreBuffered
                                             defer:YES];
-  _window.title = ns(skimlet::kInspectorTitle);
+  _window.title = ns(kTitle);
   _window.releasedWhenClosed = NO;
 
   _table = [[NSTableView alloc] init];
@@ -71,13 +73,12 @@ using skimlet::mac::ns;
     return;
   }
   _status.stringValue = @"Reading…";
-  _browserPid = target->app.pid;
   // Accessibility reads block on the browser, so they run off the main thread.
   skimlet::Platform platform = *_platform;
   __weak SkimletInspectorWindow* weakSelf = self;
   dispatch_async(dispatch_get_global_queue(QOS_CLASS_USER_INITIATED, 0), ^{
     auto elements = std::make_shared<std::vector<skimlet::PageElement>>(
-        skimlet::Inspector::capture(platform.ax, platform.clock, *target));
+        skimlet::InspectorTree::read(platform.ax, platform.clock, *target));
     dispatch_async(dispatch_get_main_queue(), ^{
       [weakSelf showElements:elements browser:target->browserName()];
     });
@@ -107,15 +108,9 @@ using skimlet::mac::ns;
   _pickMonitor = nil;
   NSScreen* menuBarScreen = NSScreen.screens.firstObject;
   skimlet::Point at = skimlet::mac::axPoint({location.x, location.y}, NSMaxY(menuBarScreen.frame));
-  skimlet::ax::Api& ax = _platform->ax;
-  skimlet::ax::ElementRef element;
-  if (ax.copyElementAtPosition(ax.createApplication(_browserPid), at, element) != skimlet::ax::Error::success) {
-    _status.stringValue = @"Nothing accessible there";
-    return;
-  }
-  auto row = skimlet::Inspector::rowFor(ax, _elements, element);
+  auto row = skimlet::InspectorTree::elementAt(_elements, at);
   if (!row) {
-    _status.stringValue = @"That element is not in the tree shown; try Refresh";
+    _status.stringValue = @"No element of the tree shown is there; try Refresh";
     return;
   }
   [_table selectRowIndexes:[NSIndexSet indexSetWithIndex:static_cast<NSUInteger>(*row)] byExtendingSelection:NO];
@@ -128,8 +123,11 @@ using skimlet::mac::ns;
 
 - (NSView*)tableView:(NSTableView*)tableView viewForTableColumn:(NSTableColumn*)column row:(NSInteger)row {
   const skimlet::PageElement& e = _elements[static_cast<size_t>(row)];
-  NSTextField* cell = [NSTextField labelWithString:ns(std::string(static_cast<size_t>(e.depth) * 2, ' ') +
-                                                      skimlet::Inspector::line(e))];
+  const skimlet::InspectorTree::Row r = skimlet::InspectorTree::row(e);
+  std::string text = std::string(static_cast<size_t>(e.depth) * 2, ' ') + r.role;
+  for (const std::string* part : {&r.subrole, &r.label, &r.frame, &r.actions})
+    if (!part->empty()) text += "  " + *part;
+  NSTextField* cell = [NSTextField labelWithString:ns(text)];
   cell.font = [NSFont monospacedSystemFontOfSize:11 weight:NSFontWeightRegular];
   cell.lineBreakMode = NSLineBreakByTruncatingTail;
   return cell;

@@ -1,6 +1,6 @@
 // The palette panel: a floating panel that takes the keyboard without activating Skimlet (so
 // the browser stays the front application), over the shared PaletteViewModel. It lays out what
-// paletteContent() says and passes keys through handlePaletteKey(); it decides nothing itself.
+// paletteContent() says and passes keys through PaletteKeys; it decides nothing itself.
 #pragma once
 
 #import <AppKit/AppKit.h>

@@ -3,6 +3,7 @@
 #include "backends/mac/ns_text.h"
 #include "page/ax_helpers.h"
 #include "palette/palette_content.h"
+#include "palette/palette_keys.h"
 
 using skimlet::PaletteContent;
 using skimlet::PaletteKey;
@@ -50,14 +51,12 @@ NSTextField* plain(const std::string& text, CGFloat size, NSColor* color) {
 
 @implementation SkimletPaletteController {
   std::shared_ptr<skimlet::PaletteViewModel> _vm;
+  std::unique_ptr<skimlet::PaletteKeys> _keys;
   const skimlet::LocalAI* _ai;
   std::optional<skimlet::Platform> _platform;
   SkimletPalettePanel* _panel;
   NSTextField* _field;
   NSStackView* _stack;
-  id _keyMonitor;
-  // What the buttons of the current layout act on, by tag.
-  std::vector<skimlet::Suggestion> _suggestions;
 }
 
 - (instancetype)initWithViewModel:(std::shared_ptr<skimlet::PaletteViewModel>)viewModel
@@ -65,22 +64,14 @@ NSTextField* plain(const std::string& text, CGFloat size, NSColor* color) {
                          platform:(skimlet::Platform)platform {
   if (!(self = [super init])) return nil;
   _vm = std::move(viewModel);
+  _keys = std::make_unique<skimlet::PaletteKeys>(*_vm);
   _ai = ai;
   _platform.emplace(platform);
   [self buildPanel];
   __weak SkimletPaletteController* weakSelf = self;
   _vm->onDismiss = [weakSelf] { [weakSelf hide]; };
   _vm->observe([weakSelf] { [weakSelf render]; });
-  // Digits pick options while choosing; the field would otherwise take them as text.
-  _keyMonitor = [NSEvent addLocalMonitorForEventsMatchingMask:NSEventMaskKeyDown
-                                                      handler:^NSEvent*(NSEvent* event) {
-                                                        return [weakSelf digitKey:event] ? nil : event;
-                                                      }];
   return self;
-}
-
-- (void)dealloc {
-  if (_keyMonitor) [NSEvent removeMonitor:_keyMonitor];
 }
 
 - (void)buildPanel {
@@ -151,6 +142,7 @@ NSTextField* plain(const std::string& text, CGFloat size, NSColor* color) {
 - (void)show {
   _vm->input.clear();
   _field.stringValue = @"";
+  _keys->reset();
   _vm->reset();
   _vm->refreshContext();
   [self render];
@@ -177,9 +169,9 @@ NSTextField* plain(const std::string& text, CGFloat size, NSColor* color) {
 
 #pragma mark Keys
 
+// Typing, pasting and digits picking a choice all arrive as the field's new text.
 - (void)controlTextDidChange:(NSNotification*)notification {
-  _vm->input = skimlet::mac::str(_field.stringValue);
-  _vm->inputChanged();
+  [self apply:_keys->edited(skimlet::mac::str(_field.stringValue))];
   [self render];
 }
 
@@ -187,24 +179,20 @@ NSTextField* plain(const std::string& text, CGFloat size, NSColor* color) {
   std::optional<PaletteKey> key;
   if (command == @selector(moveUp:)) key = PaletteKey::up;
   if (command == @selector(moveDown:)) key = PaletteKey::down;
+  if (command == @selector(insertTab:)) key = PaletteKey::tab;
+  if (command == @selector(insertBacktab:)) key = PaletteKey::backTab;
   if (command == @selector(insertNewline:)) key = PaletteKey::enter;
   if (command == @selector(cancelOperation:)) key = PaletteKey::escape;
   if (!key) return NO;
-  return [self apply:skimlet::handlePaletteKey(*_vm, *key)];
+  BOOL handled = [self apply:_keys->press(*key)];
+  [self render];  // a walked suggestion or a revealed item is the keys' state, not the model's
+  return handled;
 }
 
-- (BOOL)digitKey:(NSEvent*)event {
-  if (event.window != _panel || (event.modifierFlags & NSEventModifierFlagDeviceIndependentFlagsMask) != 0) return NO;
-  NSString* chars = event.charactersIgnoringModifiers;
-  if (chars.length != 1) return NO;
-  unichar c = [chars characterAtIndex:0];
-  if (c < '1' || c > '9') return NO;
-  return [self apply:skimlet::handlePaletteKey(*_vm, PaletteKey::digit, c - '0')];
-}
-
-- (BOOL)apply:(skimlet::PaletteKeyResult)result {
-  if (result.close) [self hide];
-  return result.handled;
+- (BOOL)apply:(const skimlet::PaletteKeys::Answer&)answer {
+  if (answer.field) _field.stringValue = ns(*answer.field);
+  if (answer.close) [self hide];
+  return answer.handled;
 }
 
 #pragma mark Layout
@@ -215,7 +203,6 @@ NSTextField* plain(const std::string& text, CGFloat size, NSColor* color) {
     [_stack removeArrangedSubview:view];
     [view removeFromSuperview];
   }
-  _suggestions = c.suggestions;
   NSColor* secondary = NSColor.secondaryLabelColor;
   using View = PaletteContent::View;
   switch (c.view) {
@@ -226,8 +213,12 @@ NSTextField* plain(const std::string& text, CGFloat size, NSColor* color) {
       break;
     case View::idle:
       if (c.preview) [_stack addArrangedSubview:plain(*c.preview, 13, secondary)];
-      for (size_t i = 0; i < c.suggestions.size(); ++i)
-        [_stack addArrangedSubview:[self button:c.suggestions[i].title action:@selector(suggest:) tag:i]];
+      if (!_keys->showsSuggestions()) break;
+      for (size_t i = 0; i < c.suggestions.size(); ++i) {
+        NSButton* suggestion = [self button:c.suggestions[i].title action:@selector(suggest:) tag:i];
+        if (static_cast<int>(i) == _keys->suggestion()) suggestion.font = [NSFont boldSystemFontOfSize:13];
+        [_stack addArrangedSubview:suggestion];
+      }
       break;
     case View::working: {
       NSProgressIndicator* spinner = [[NSProgressIndicator alloc] init];
@@ -246,10 +237,11 @@ NSTextField* plain(const std::string& text, CGFloat size, NSColor* color) {
       [headline appendAttributedString:styled(c.headline, 15)];
       [_stack addArrangedSubview:label(headline)];
       if (!c.body.empty()) [_stack addArrangedSubview:label(styled(c.body, 13))];
-      for (size_t i = 0; i < c.items.size(); ++i)
-        [_stack addArrangedSubview:[self button:std::to_string(i + 1) + ". " + c.items[i]
-                                         action:@selector(reveal:)
-                                            tag:i]];
+      for (size_t i = 0; i < c.items.size(); ++i) {
+        NSButton* item = [self button:std::to_string(i + 1) + ". " + c.items[i] action:@selector(reveal:) tag:i];
+        if (static_cast<int>(i) == _keys->item()) item.font = [NSFont boldSystemFontOfSize:13];
+        [_stack addArrangedSubview:item];
+      }
       [_stack addArrangedSubview:[self button:_vm->showWhy ? "Hide why" : "Why?" action:@selector(why:) tag:0]];
       for (const std::string& line : c.why) [_stack addArrangedSubview:plain(line, 11, secondary)];
       break;
@@ -302,11 +294,9 @@ NSTextField* plain(const std::string& text, CGFloat size, NSColor* color) {
 }
 
 - (void)suggest:(NSButton*)sender {
-  auto i = static_cast<size_t>(sender.tag);
-  if (i >= _suggestions.size()) return;
-  _vm->use(_suggestions[i]);
-  _field.stringValue = ns(_vm->input);
+  [self apply:_keys->use(static_cast<int>(sender.tag))];
   [_panel makeFirstResponder:_field];
+  [self render];
 }
 
 - (void)reveal:(NSButton*)sender {

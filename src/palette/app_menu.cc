@@ -2,16 +2,13 @@
 
 namespace skimlet {
 
-std::vector<AppMenuItem> appMenu(const std::string& hotkeyTitle) {
-  using A = AppMenuItem::Action;
-  return {
-      {A::openPalette, "Open Skimlet (" + hotkeyTitle + ")"},
-      {A::separator, ""},
-      {A::inspector, "Element Inspector"},
-      {A::settings, "Settings\u2026"},
-      {A::separator, ""},
-      {A::quit, "Quit Skimlet"},
-  };
+std::vector<AppMenuItem> appMenuItems(const std::string& hotkeyTitle) {
+  return {{"Open Skimlet (" + hotkeyTitle + ")", "open"},
+          {"", ""},
+          {"Element Inspector", "inspector"},
+          {"Settings\u2026", "settings"},
+          {"", ""},
+          {"Quit Skimlet", "quit"}};
 }
 
 }  // namespace skimlet

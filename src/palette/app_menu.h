@@ -1,4 +1,5 @@
-// The application's menu (the menu-bar item on macOS, the status-area menu on Linux), in order.
+// The application's menu (the status-area menu on Linux, the menu-bar extra on macOS), in order,
+// as data: each shell builds its menu from this list.
 #pragma once
 
 #include <string>
@@ -7,16 +8,12 @@
 namespace skimlet {
 
 struct AppMenuItem {
-  enum class Action { openPalette, inspector, settings, quit, separator };
-  Action action = Action::separator;
-  std::string title;  // empty for a separator
+  std::string label;   // empty for a divider
+  std::string action;  // the application action it activates ("open", "inspector", ...)
 };
 
-// "Open Skimlet (⌥ Space)", a divider, "Element Inspector", "Settings…", a divider,
-// "Quit Skimlet". `hotkeyTitle` is the preset's title as this desktop writes it.
-std::vector<AppMenuItem> appMenu(const std::string& hotkeyTitle);
-
-// The Inspector window's title.
-inline constexpr const char* kInspectorTitle = "Skimlet Inspector";
+// "Open Skimlet (<hotkey>)", divider, "Element Inspector", "Settings…", divider, "Quit Skimlet";
+// `hotkeyTitle` is the preset's title as the platform writes it ("Alt+Space", "⌥ Space").
+std::vector<AppMenuItem> appMenuItems(const std::string& hotkeyTitle);
 
 }  // namespace skimlet

@@ -1,6 +1,6 @@
-// What a desktop palette window shows, worked out once from the view model so that every
-// toolkit (AppKit on macOS, GTK on Linux) only lays the pieces out: which view is up, the texts
-// with their light Markdown split into plain and bold runs, and which option is selected.
+// What a desktop palette window shows, worked out once from the view model so that a toolkit
+// only lays the pieces out: which view is up, the texts with their light Markdown split into
+// plain and bold runs, and which option is selected. (Keys go through PaletteKeys.)
 #pragma once
 
 #include <optional>
@@ -9,21 +9,11 @@
 #include <vector>
 
 #include "engine/outcome.h"
+#include "palette/light_markdown.h"
 #include "palette/palette_view_model.h"
 #include "palette/suggestion.h"
 
 namespace skimlet {
-
-// A piece of a line in one style.
-struct TextRun {
-  std::string text;
-  bool bold = false;
-  bool operator==(const TextRun&) const = default;
-};
-
-// "Clicked **Sign \*in\***" → "Clicked ", bold "Sign *in*". A backslash makes the next
-// character stand for itself; an unclosed "**" makes the rest bold. Adjacent runs differ in style.
-std::vector<TextRun> markdownRuns(std::string_view markdown);
 
 struct PaletteContent {
   enum class View { onboarding, idle, working, result, confirm, choose };
@@ -63,21 +53,5 @@ inline constexpr std::string_view kPalettePlaceholder = "What do you want to do?
 
 // The palette as it should look now. `modelStatus` is LocalAI::statusText().
 PaletteContent paletteContent(const PaletteViewModel& vm, const std::string& modelStatus);
-
-// Keys a palette window passes on before its text field sees them.
-enum class PaletteKey { up, down, enter, escape, digit };
-
-// What the window does after a key.
-struct PaletteKeyResult {
-  bool handled = false;  // the field must not see the key
-  bool close = false;    // hide the palette
-};
-
-// Up and Down move a choice's selection; a digit 1–9 picks that option while choosing (one that
-// names no option is swallowed, so the choice stays on screen); Return
-// submits (or confirms, or picks the selection); Escape steps back and closes from idle. Keys
-// the palette has no use for in the current phase go to the field. `digit` is 1–9 for
-// PaletteKey::digit.
-PaletteKeyResult handlePaletteKey(PaletteViewModel& vm, PaletteKey key, int digit = 0);
 
 }  // namespace skimlet

@@ -116,11 +116,6 @@ class Api {
   virtual Error performAction(const ElementRef& element, std::string_view action) = 0;
   // AXUIElementCreateApplication.
   virtual ElementRef createApplication(Pid pid) = 0;
-  // AXUIElementCopyElementAtPosition: the deepest element of the application at a screen point
-  // (the Element Inspector's pick). Backends without it answer notImplemented.
-  virtual Error copyElementAtPosition(const ElementRef& application, Point at, ElementRef& out) {
-    return Error::notImplemented;
-  }
   // AXIsProcessTrustedWithOptions; with prompt the system asks the user for access.
   virtual bool isProcessTrusted(bool prompt) = 0;
 };

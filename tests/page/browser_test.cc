@@ -5,7 +5,7 @@
 #include "backends/memory/backend.h"
 #include "browser/browser_registry.h"
 #include "browser/browser_tracker.h"
-#include "browser/inspector.h"
+#include "browser/snapshot_capture.h"
 #include "page/page_snapshot.h"
 #include "support/forwarding_ax.h"
 #include "support/page_builder.h"
@@ -113,26 +113,6 @@ TEST(BrowserTarget, EachChromiumProcessIsPreparedOnce) {
   }
 }
 
-TEST(Inspector, APickedPointSelectsItsElementOrNearestReadAncestor) {
-  memory::Backend b(testing::browserWindow({testing::group({testing::group({testing::text("Deep words")})}), button("OK")}));
-  const auto elements = Inspector::capture(b.ax(), b.clock(), *b.target());
-  ASSERT_FALSE(elements.empty());
-  const ax::ElementRef ok = *b.find("AXButton", "OK"), deep = *b.find("AXStaticText", "Deep words");
-  auto row = Inspector::rowFor(b.ax(), elements, ok);
-  ASSERT_TRUE(row);
-  EXPECT_EQ(elements[*row].element, ok);
-
-  // A tree read only two levels down: the text is not in it, so its row is the deepest
-  // ancestor that is.
-  Crawler::Limits shallow = Inspector::limits;
-  shallow.maxDepth = 2;
-  const auto top = Crawler::crawl(b.ax(), b.clock(), b.window(), shallow);
-  row = Inspector::rowFor(b.ax(), top, deep);
-  ASSERT_TRUE(row);
-  EXPECT_EQ(top[*row].depth, 2);
-  EXPECT_FALSE(Inspector::rowFor(b.ax(), {}, deep));
-}
-
 TEST(BrowserTarget, FocusedElementOnlyWhenItIsAnElement) {
   memory::Recording r = testing::browserWindow({button("OK")});
   memory::Backend none(r);
@@ -191,7 +171,7 @@ TEST(PageSnapshotCapture, ReadsTheChosenWebAreaAndNamesThePage) {
   memory::Backend b(r);
   Platform platform = b.platform();
   b.setReadLatency(0.01);
-  auto snap = PageSnapshot::capture(*b.target(), platform);
+  auto snap = captureSnapshot(*b.target(), platform);
   ASSERT_TRUE(snap);
   EXPECT_EQ(snap->browserName, "Chrome");  // the recording has no localized name
   EXPECT_EQ(snap->windowTitle, "  Example \n Shop ");
@@ -212,7 +192,7 @@ TEST(PageSnapshotCapture, ReadsTheChosenWebAreaAndNamesThePage) {
   bare.window.children.erase(bare.window.children.begin());
   bare.window.children.back() = testing::group({button("Only")});
   memory::Backend plain(bare);
-  auto whole = PageSnapshot::capture(*plain.target(), plain.platform());
+  auto whole = captureSnapshot(*plain.target(), plain.platform());
   ASSERT_TRUE(whole);
   EXPECT_FALSE(whole->webArea);
   EXPECT_EQ(whole->elements.size(), whole->chrome.size());

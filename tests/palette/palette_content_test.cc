@@ -1,14 +1,15 @@
-// What a desktop palette shows for each phase, and how its keys reach the view model.
+// What a desktop palette shows for each phase, as the keys move it along; the hotkey's
+// registration order and the model download's text.
 #include "palette/palette_content.h"
 
 #include <gtest/gtest.h>
 
 #include "backends/memory/backend.h"
 #include "browser/browser_tracker.h"
-#include "palette/app_menu.h"
 #include "palette/hotkey.h"
 #include "palette/model_status.h"
-#include "platform/json_settings.h"
+#include "palette/palette_keys.h"
+#include "platform/memory_settings.h"
 
 namespace skimlet {
 namespace {
@@ -39,32 +40,27 @@ class Content : public ::testing::Test {
     vm = PaletteViewModel::create(backend->platform(), *tracker, LocalAI(nullptr, nullptr));
     vm->reset();
     vm->refreshContext();
+    keys = std::make_unique<PaletteKeys>(*vm);
   }
   void run(const std::string& command) {
-    vm->input = command;
-    vm->inputChanged();
+    keys->edited(command);
     key(PaletteKey::enter);
   }
-  PaletteKeyResult key(PaletteKey k, int digit = 0) {
-    auto result = handlePaletteKey(*vm, k, digit);
+  // Lets a command started by the key finish.
+  PaletteKeys::Answer key(PaletteKey k) { return settled(keys->press(k)); }
+  PaletteKeys::Answer typed(const std::string& text) { return settled(keys->edited(text)); }
+  PaletteKeys::Answer settled(PaletteKeys::Answer answer) {
     EXPECT_TRUE(backend->runLoop().runUntil([&] { return !vm->busy(); }, 20.0));
     backend->runLoop().runPending();
-    return result;
+    return answer;
   }
   PaletteContent now() { return paletteContent(*vm, "No local model — using built-in rules"); }
 
   std::unique_ptr<memory::Backend> backend;
   std::unique_ptr<BrowserTracker> tracker;
   std::shared_ptr<PaletteViewModel> vm;
+  std::unique_ptr<PaletteKeys> keys;
 };
-
-TEST(MarkdownRuns, SplitsBoldAndKeepsEscapedCharacters) {
-  EXPECT_EQ(markdownRuns("Clicked **Sign \\*in\\***"),
-            (std::vector<TextRun>{{"Clicked ", false}, {"Sign *in*", true}}));
-  EXPECT_EQ(markdownRuns("**a****b** c"), (std::vector<TextRun>{{"ab", true}, {" c", false}}));
-  EXPECT_EQ(markdownRuns("**open"), (std::vector<TextRun>{{"open", true}}));
-  EXPECT_TRUE(markdownRuns("").empty());
-}
 
 TEST_F(Content, IdleShowsThePreviewAndSuggestionsAndOnboardingReplacesEverythingWithoutAccess) {
   vm->input = "click add to cart";
@@ -87,21 +83,19 @@ TEST_F(Content, ChoicesFollowTheKeysAndEscapeStepsBackBeforeClosing) {
   ASSERT_EQ(c.view, View::choose);
   ASSERT_EQ(c.options.size(), 2u);
   EXPECT_TRUE(c.options[0].selected);
+  EXPECT_EQ(c.headline, (std::vector<TextRun>{{"Which one do you mean?", true}}));
 
-  EXPECT_FALSE(handlePaletteKey(*vm, PaletteKey::up).close);
+  key(PaletteKey::up);
   EXPECT_TRUE(now().options[1].selected);  // wrapped from the first to the last
-  EXPECT_TRUE(handlePaletteKey(*vm, PaletteKey::digit, 9).handled);  // no ninth option: swallowed,
-  EXPECT_EQ(now().view, View::choose);                                // the choice stays
+  typed("9");                              // names no option: the choice stays
+  EXPECT_EQ(now().view, View::choose);
 
-  PaletteKeyResult esc = key(PaletteKey::escape);
-  EXPECT_TRUE(esc.handled);
-  EXPECT_FALSE(esc.close);
+  EXPECT_FALSE(key(PaletteKey::escape).close);
   EXPECT_EQ(now().view, View::idle);
-  EXPECT_FALSE(handlePaletteKey(*vm, PaletteKey::down).handled);  // the field's, when not choosing
   EXPECT_TRUE(key(PaletteKey::escape).close);
 
   run("click add to cart");
-  key(PaletteKey::digit, 2);
+  typed("2");
   c = now();
   ASSERT_EQ(c.view, View::result);
   EXPECT_EQ(c.kind, ActionResult::Kind::success);
@@ -140,7 +134,7 @@ struct CountingSystem : HotkeySystem {
 };
 
 TEST(Hotkey, ReRegisteringKeepsOneHotkeyAndOneHandler) {
-  JsonSettings settings("");
+  MemorySettings settings;
   CountingSystem system;
   int presses = 0;
   {
@@ -162,13 +156,6 @@ TEST(Hotkey, ReRegisteringKeepsOneHotkeyAndOneHandler) {
     hotkey.registerCurrent(settings);
   }
   EXPECT_EQ(system.live, 0);  // released with the hotkey
-}
-
-TEST(AppMenu, ListsTheItemsInOrderWithTheHotkey) {
-  std::vector<std::string> titles;
-  for (const AppMenuItem& item : appMenu("\u2325 Space")) titles.push_back(item.title);
-  EXPECT_EQ(titles, (std::vector<std::string>{"Open Skimlet (\u2325 Space)", "", "Element Inspector",
-                                              "Settings\u2026", "", "Quit Skimlet"}));
 }
 
 TEST(ModelStatus, DescribesEachStateWithItsButtons) {

@@ -16,7 +16,6 @@ class MacAx final : public ax::Api {
   ax::Error copyActionNames(const ax::ElementRef& element, std::vector<std::string>& out) override;
   ax::Error performAction(const ax::ElementRef& element, std::string_view action) override;
   ax::ElementRef createApplication(Pid pid) override;
-  ax::Error copyElementAtPosition(const ax::ElementRef& application, Point at, ax::ElementRef& out) override;
   bool isProcessTrusted(bool prompt) override;
 };
 

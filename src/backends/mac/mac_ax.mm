@@ -101,16 +101,6 @@ ax::ElementRef MacAx::createApplication(Pid pid) {
   return out;
 }
 
-ax::Error MacAx::copyElementAtPosition(const ax::ElementRef& application, Point at, ax::ElementRef& out) {
-  AXUIElementRef app = MacElement::unwrap(application);
-  if (!app) return ax::Error::illegalArgument;
-  AXUIElementRef element = nullptr;
-  AXError e = AXUIElementCopyElementAtPosition(app, static_cast<float>(at.x), static_cast<float>(at.y), &element);
-  if (e == kAXErrorSuccess) out = MacElement::wrap(element);
-  if (element) CFRelease(element);
-  return error(e);
-}
-
 bool MacAx::isProcessTrusted(bool prompt) {
   if (!prompt) return AXIsProcessTrusted();
   // The prompt option makes the system show its own dialog that leads to the privacy settings.
