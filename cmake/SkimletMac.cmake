@@ -30,9 +30,11 @@ if(SKIMLET_MAC_APP AND CMAKE_GENERATOR MATCHES "Ninja|Xcode")
   # main() is main.mm's; the Swift file is a library of C entry points, not a script.
   target_compile_options(Skimlet PRIVATE
     $<$<COMPILE_LANGUAGE:OBJCXX>:-fobjc-arc> $<$<COMPILE_LANGUAGE:Swift>:-parse-as-library>)
+  # The Swift driver links the bundle (the mixed target's linker language); it is told about the
+  # C++ library the rest is written against.
   target_link_libraries(Skimlet PRIVATE
-    skimlet_backends_mac_system skimlet_palette
-    "-framework AppKit" "-framework Carbon")
+    skimlet_backends_mac_system skimlet_palette skimlet_inspector
+    "-framework AppKit" "-framework Carbon" c++)
   # FoundationModels exists from macOS 26 only: weakly linked, so Skimlet still starts on older
   # systems, where the Swift code's availability checks keep it from being touched.
   target_link_options(Skimlet PRIVATE "LINKER:-weak_framework,FoundationModels")
