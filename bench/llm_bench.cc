@@ -205,7 +205,11 @@ void printFirstTokenByLength() {
 double peakResidentMB() {
   rusage u{};
   getrusage(RUSAGE_SELF, &u);
+#if defined(__APPLE__)
+  return u.ru_maxrss / (1024.0 * 1024.0);  // bytes on macOS
+#else
   return u.ru_maxrss / 1024.0;  // kilobytes on Linux
+#endif
 }
 
 // The figures as the user meets them: requests with the same system text through the runtime.

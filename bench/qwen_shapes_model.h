@@ -76,11 +76,13 @@ inline const std::string& qwenShapesModelPath() {
       // Out of the page cache, so that runs read it back through the model's own mapping, as
       // an installed model is read after a restart: pages that writing left in the cache can be
       // smaller than the ones reading it in gives.
+#if defined(__linux__)
       if (int fd = ::open(p.c_str(), O_RDONLY); fd >= 0) {
         ::fdatasync(fd);
         ::posix_fadvise(fd, 0, 0, POSIX_FADV_DONTNEED);
         ::close(fd);
       }
+#endif
     }
     return p.string();
   }();

@@ -131,7 +131,7 @@ std::optional<std::string> LocalAI::summarize(const std::string& title, const st
   }
   if (stop.stop_requested()) return std::nullopt;
   if (systemModelUsable()) {
-    auto summary = system_->summarize(title, text);
+    auto summary = system_->summarizeStreaming(title, text, guarded(onPartial, stop));
     if (hasText(summary)) return summary;
   }
   return std::nullopt;

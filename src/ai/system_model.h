@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "ai/chat_model.h"
 #include "ai/llm_intent.h"
 
 namespace skimlet {
@@ -19,6 +20,16 @@ class SystemModel {
   virtual std::optional<std::string> summarize(const std::string& title, const std::string& text) = 0;
   virtual std::optional<std::string> answer(const std::string& question, const std::string& title,
                                             const std::string& excerpts) = 0;
+  // The same two requests with the text so far handed to onPartial as the model writes, so the
+  // palette shows it growing. A backend that cannot stream answers once, at the end.
+  virtual std::optional<std::string> summarizeStreaming(const std::string& title, const std::string& text,
+                                                        const PartialSink& onPartial) {
+    return summarize(title, text);
+  }
+  virtual std::optional<std::string> answerStreaming(const std::string& question, const std::string& title,
+                                                     const std::string& excerpts, const PartialSink& onPartial) {
+    return answer(question, title, excerpts);
+  }
 };
 
 }  // namespace skimlet

@@ -41,18 +41,18 @@ Outcome ActionEngine::ask(const std::string& question, const PageSnapshot& snap,
   const std::string& title = snap.pageTitle.empty() ? snap.windowTitle : snap.pageTitle;
 
   std::optional<std::string> answer;
+  const std::stop_token stop = stopToken();
+  PartialSink sink = [inner = partialSink(headline, items), stop](const std::string& text) {
+    if (!stop.stop_requested()) inner(text);  // nothing more reaches the palette once cancelled
+  };
   if (local) {
-    const std::stop_token stop = stopToken();
-    PartialSink sink = [inner = partialSink(headline, items), stop](const std::string& text) {
-      if (!stop.stop_requested()) inner(text);  // nothing more reaches the palette once cancelled
-    };
     const std::string user = "Page title: " + title + "\n\nExcerpts:\n" + excerpts.text + "\n\nQuestion: " + question;
     answer = ai().ownModel()->generate(std::string(prompts::questionLocal), user, prompts::questionMaxTokens, sink,
                                        stop);
     if (!hasText(answer)) answer.reset();
   }
   if (!answer && !stopRequested() && ai().systemModelUsable()) {
-    answer = ai().systemModel()->answer(question, title, excerpts.text);
+    answer = ai().systemModel()->answerStreaming(question, title, excerpts.text, sink);
     if (!hasText(answer)) answer.reset();
   }
 

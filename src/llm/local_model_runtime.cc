@@ -89,7 +89,11 @@ std::optional<std::string> LocalModelRuntime::generate(const std::string& system
 }
 
 void LocalModelRuntime::workerLoop(std::stop_token st) {
+#if defined(__APPLE__)
+  pthread_setname_np("skimlet.llm");  // macOS names only the calling thread
+#else
   pthread_setname_np(pthread_self(), "skimlet.llm");
+#endif
   for (;;) {
     std::shared_ptr<Request> request;
     {

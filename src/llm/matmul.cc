@@ -79,7 +79,11 @@ void quantizedBand(const QuantizedRows& xq, const QMatrix& m, float* y, int64_t 
 
 namespace {
 std::atomic<bool> quantizedEnabled{true};
+std::atomic<int> floatFrom{0};
 }  // namespace
+
+void useFloatPathFrom(int batchRows) { floatFrom.store(std::max(0, batchRows)); }
+int floatPathFrom() { return floatFrom.load(); }
 
 void useQuantizedProducts(bool on) { quantizedEnabled.store(on); }
 bool quantizedProductsEnabled() { return quantizedEnabled.load(); }
@@ -170,7 +174,10 @@ void matmulQuantized(const float* x, int n, const QMatrix& m, float* y, const Do
   runAll(std::span<const MatmulJob>(&job, 1), n, kernels, true);
 }
 
-void matmulAll(std::span<const MatmulJob> jobs, int n) { runAll(jobs, n, dotKernels(), quantizedProductsEnabled()); }
+void matmulAll(std::span<const MatmulJob> jobs, int n) {
+  const int from = floatPathFrom();
+  runAll(jobs, n, dotKernels(), quantizedProductsEnabled() && !(from > 0 && n >= from));
+}
 
 void matmul(const float* x, int n, const QMatrix& m, float* y) {
   MatmulJob job{x, &m, y};

@@ -34,6 +34,14 @@ void matmulBands(const float* x, int n, const QMatrix& m, float* y);
 bool quantizedPathSupports(const QMatrix& m);
 void matmulQuantized(const float* x, int n, const QMatrix& m, float* y, const DotKernels& kernels = dotKernels());
 
+// Batches of at least `batchRows` activation rows take the float path (matmulBands: each band
+// converted and multiplied by the platform's single-precision GEMM, Accelerate on macOS and
+// OpenBLAS elsewhere) instead of the integer dot products; 0, the default, never does. Which is
+// faster depends on the machine's GEMM against its integer kernels, so it is chosen from
+// bench/matmul_path_bench's figures on that kind of machine, not guessed.
+void useFloatPathFrom(int batchRows);
+int floatPathFrom();
+
 // Whether matmul may take the quantized path (on by default). Off, every product is an exact
 // single-precision one, which tests and benchmarks use for comparison.
 void useQuantizedProducts(bool on);

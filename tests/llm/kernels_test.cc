@@ -199,6 +199,21 @@ TEST(BandProduct, BandsCoverEveryRowOnce) {
   }
 }
 
+TEST(QuantizedProduct, FloatPathTakesBatchesFromItsThreshold) {
+  Fixture f(GGMLType::q4K, 3, 40, 256, 5);
+  std::vector<float> integer(3 * 40), floats(3 * 40), y(3 * 40);
+  matmulQuantized(f.x.data(), 3, f.m, integer.data());
+  matmulBands(f.x.data(), 3, f.m, floats.data());
+  useFloatPathFrom(3);
+  matmul(f.x.data(), 3, f.m, y.data());
+  EXPECT_EQ(y, floats);
+  matmul(f.x.data(), 2, f.m, y.data());
+  EXPECT_TRUE(std::equal(y.begin(), y.begin() + 2 * 40, integer.begin()));  // rows don't depend on each other
+  useFloatPathFrom(0);
+  matmul(f.x.data(), 3, f.m, y.data());
+  EXPECT_EQ(y, integer);
+}
+
 TEST(QuantizedProduct, ActivationQuantizationKeepsSums) {
   std::vector<float> x(512);
   for (int i = 0; i < 512; ++i) x[i] = std::sin(i * 0.37f) * (i < 256 ? 1 : 100);

@@ -9,6 +9,12 @@
 #include <chrono>
 #include <stdexcept>
 
+#if defined(MSG_NOSIGNAL)
+constexpr int kSendFlags = MSG_NOSIGNAL;
+#else
+constexpr int kSendFlags = 0;  // the socket is set to SO_NOSIGPIPE instead
+#endif
+
 namespace skimlet::testing {
 
 HttpServer::HttpServer() {
@@ -53,6 +59,13 @@ void HttpServer::serve() {
     pollfd p{listener_, POLLIN, 0};
     if (::poll(&p, 1, 20) <= 0) continue;
     int client = ::accept(listener_, nullptr, nullptr);
+#if defined(SO_NOSIGPIPE)
+    // macOS has no MSG_NOSIGNAL: a client that hangs up must not kill the test with SIGPIPE.
+    if (client >= 0) {
+      int one = 1;
+      ::setsockopt(client, SOL_SOCKET, SO_NOSIGPIPE, &one, sizeof one);
+    }
+#endif
     if (client < 0) continue;
     answer(client);
     ::close(client);
@@ -84,7 +97,7 @@ void HttpServer::answer(int client) {
                      std::to_string(r.declaredLength.value_or(r.body.size())) + "\r\nConnection: close\r\n\r\n";
   auto sendAll = [&](const char* data, size_t n) {
     while (n > 0) {
-      ssize_t k = ::send(client, data, n, MSG_NOSIGNAL);
+      ssize_t k = ::send(client, data, n, kSendFlags);
       if (k <= 0) return false;
       data += k;
       n -= size_t(k);
