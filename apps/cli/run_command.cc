@@ -284,7 +284,7 @@ int runOnDesktop(RunOptions& o) {
   std::cerr << "skimlet run: --desktop is for Linux desktops\n";
   return 1;
 #else
-  memory::MemorySettings settings;
+  MemorySettings settings;
   applyProfile(settings, o);
   auto desktop = openDesktopBrowser(settings, "run");
   if (!desktop) return 1;

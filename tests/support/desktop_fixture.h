@@ -62,7 +62,7 @@ class DesktopTestBase : public ::testing::Test {
   ActionResult accept(const Outcome& outcome);
 
   static inline std::unique_ptr<DesktopHarness> harness_;
-  static inline std::unique_ptr<memory::MemorySettings> settings_;
+  static inline std::unique_ptr<MemorySettings> settings_;
   static inline std::unique_ptr<atspi::DesktopSession> session_;
   static inline std::string skipReason_;
   static inline std::optional<DesktopHarness::Browser> started_;
