@@ -212,9 +212,16 @@ void Transformer::attention(int layer, int n, int start, const float* q, float* 
   });
 }
 
-std::vector<float> Transformer::forward(std::span<const int> tokens, int start) {
+std::vector<float> Transformer::forward(std::span<const int> tokens, int start) { return run(tokens, start, 1); }
+
+std::vector<float> Transformer::forwardAll(std::span<const int> tokens, int start) {
+  return run(tokens, start, static_cast<int>(tokens.size()));
+}
+
+std::vector<float> Transformer::run(std::span<const int> tokens, int start, int outputs) {
   const int n = static_cast<int>(tokens.size());
   if (n == 0) return {};
+  outputs = std::clamp(outputs, 1, n);
   const size_t E = nEmbd, Q = static_cast<size_t>(nHead) * hd, KV = kvDim(), F = nFF;
   std::vector<float> x(n * E), h(n * E), q(n * Q), att(n * Q), tmp(n * E), g(n * F), u(n * F);
   for (int i = 0; i < n; ++i) {
@@ -263,9 +270,9 @@ std::vector<float> Transformer::forward(std::span<const int> tokens, int start) 
     matmul(g.data(), n, L.wd, tmp.data());
     addRows(x.data(), tmp.data(), n * E);
   }
-  rmsNorm(x.data() + (n - 1) * E, outNorm, 1, nEmbd, eps, h.data());
-  std::vector<float> logits(outW.rows);
-  matmul(h.data(), 1, outW, logits.data());
+  rmsNorm(x.data() + (n - outputs) * E, outNorm, outputs, nEmbd, eps, h.data());
+  std::vector<float> logits(static_cast<size_t>(outputs) * outW.rows);
+  matmul(h.data(), outputs, outW, logits.data());
   return logits;
 }
 

@@ -80,8 +80,19 @@ TEST(Transformer, CachedPrefixesGiveTheLogitsOfAFullRun) {
     // Token by token, overwriting a longer conversation that was there before.
     model.forward(std::vector<int>(40, 101), 0);
     std::vector<float> last;
-    for (size_t i = 0; i < tokens.size(); ++i) last = model.forward(all.subspan(i, 1), static_cast<int>(i));
+    std::vector<std::vector<float>> each;
+    for (size_t i = 0; i < tokens.size(); ++i) {
+      last = model.forward(all.subspan(i, 1), static_cast<int>(i));
+      if (i >= 15) each.push_back(last);
+    }
     EXPECT_LT(maxDifference(last, whole), 1e-4f);
+    // Every row of a batch's logits is the one its position alone gives.
+    const std::vector<float> rows = model.forwardAll(all.subspan(15), 15);
+    const size_t vocab = static_cast<size_t>(model.vocabSize());
+    ASSERT_EQ(rows.size(), each.size() * vocab);
+    for (size_t i = 0; i < each.size(); ++i)
+      EXPECT_LT(maxDifference(std::vector<float>(rows.begin() + i * vocab, rows.begin() + (i + 1) * vocab), each[i]),
+                1e-4f) << i;
   }
 }
 

@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "backends/atspi/desktop_session.h"
-#include "backends/memory/backend.h"
+#include "platform/memory_settings.h"
 #include "engine/action_engine.h"
 #include "engine/understand.h"
 #include "page/page_snapshot.h"
