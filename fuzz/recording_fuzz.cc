@@ -5,14 +5,14 @@
 
 #include "backends/memory/backend.h"
 #include "backends/memory/recording.h"
-#include "page/page_snapshot.h"
+#include "browser/snapshot_capture.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   try {
     skimlet::memory::Recording recording =
         skimlet::memory::parseRecording(std::string_view(reinterpret_cast<const char*>(data), size));
     skimlet::memory::Backend backend(std::move(recording));
-    if (auto target = backend.target()) (void)skimlet::PageSnapshot::capture(*target, backend.platform());
+    if (auto target = backend.target()) (void)skimlet::captureSnapshot(*target, backend.platform());
   } catch (const skimlet::memory::RecordingError&) {
   }
   return 0;

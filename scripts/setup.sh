@@ -19,6 +19,8 @@ packages=(
   python3-pip
   # scripts/format.sh
   clang-format
+  # SHA-256 of the downloaded model, and the fuzzing compiler (libFuzzer comes with it).
+  libssl-dev clang
   # Large one-page manuals that the live benchmark reads.
   bash-doc ccache
 )

@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Installs what is missing, builds, and runs the whole test suite.
+# Installs what is missing, builds, and runs the whole test suite, then each fuzz target for a
+# short while ($SKIMLET_FUZZ_SECONDS each, default 20; 0 skips them).
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 bash "$root/scripts/setup.sh"
@@ -12,3 +13,5 @@ fi
 bash "$root/scripts/build.sh" -DSKIMLET_WERROR=ON
 build=${SKIMLET_BUILD_DIR:-$root/build}
 ctest --test-dir "$build" --output-on-failure -j "${SKIMLET_JOBS:-$(nproc)}"
+seconds=${SKIMLET_FUZZ_SECONDS:-20}
+if [ "$seconds" != 0 ]; then bash "$root/scripts/fuzz.sh" "$seconds"; fi

@@ -37,6 +37,14 @@ int status() {
   std::error_code ec;
   const auto size = fs::file_size(path, ec);
   std::cout << "Model: Qwen2.5 1.5B Instruct (Q4_K_M)\nFile:  " << path.string() << "\n";
+  // A download that was killed leaves its partial file; say so, as it may be large.
+  if (const auto parts = ModelStore::shared().leftovers(); !parts.empty()) {
+    int64_t bytes = 0;
+    for (const auto& p : parts) bytes += static_cast<int64_t>(fs::file_size(p, ec));
+    std::cout << "Left over: " << parts.size() << " partial download" << (parts.size() == 1 ? "" : "s") << " ("
+              << megabytes(bytes) << ") from an earlier run; skimlet model remove deletes "
+              << (parts.size() == 1 ? "it" : "them") << "\n";
+  }
   if (ModelFiles::isInstalled()) {
     std::cout << "State: installed (" << megabytes(static_cast<int64_t>(size)) << ")\n";
     return 0;
@@ -140,6 +148,11 @@ int download(const Args& args) {
 int remove() {
   const fs::path path = ModelFiles::modelPath();
   std::error_code ec;
+  if (const auto parts = ModelStore::shared().leftovers(); !parts.empty()) {
+    const int64_t freed = ModelStore::shared().removeLeftovers();
+    std::cout << "Removed " << parts.size() << " partial download" << (parts.size() == 1 ? "" : "s") << " ("
+              << megabytes(freed) << ")\n";
+  }
   if (!fs::exists(path, ec)) {
     std::cout << "No model at " << path.string() << "\n";
     return 0;

@@ -1,7 +1,14 @@
 #include "llm/model_store.h"
 
+#include <fcntl.h>
+#include <openssl/evp.h>
 #include <stdlib.h>
+#include <sys/file.h>
 #include <unistd.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <memory>
 
 #include <cerrno>
 #include <cstring>
@@ -104,6 +111,69 @@ void ModelStore::remove() {
   if (!std::holds_alternative<Downloading>(state())) setState(Missing{});
 }
 
+namespace {
+
+// Whether a partial file is still being written: its download holds a lock on it.
+bool inUse(const fs::path& part) {
+  int fd = ::open(part.c_str(), O_RDONLY | O_CLOEXEC);
+  if (fd < 0) return false;
+  bool locked = ::flock(fd, LOCK_EX | LOCK_NB) != 0;
+  ::close(fd);
+  return locked;
+}
+
+// The file's SHA-256 in lower-case hex; empty when it can't be read.
+std::string sha256Of(const fs::path& path) {
+  std::ifstream in(path, std::ios::binary);
+  if (!in) return {};
+  std::unique_ptr<EVP_MD_CTX, decltype(&EVP_MD_CTX_free)> ctx(EVP_MD_CTX_new(), EVP_MD_CTX_free);
+  if (!ctx || EVP_DigestInit_ex(ctx.get(), EVP_sha256(), nullptr) != 1) return {};
+  std::vector<char> buffer(1 << 20);
+  while (in.read(buffer.data(), static_cast<std::streamsize>(buffer.size())) || in.gcount() > 0)
+    EVP_DigestUpdate(ctx.get(), buffer.data(), static_cast<size_t>(in.gcount()));
+  unsigned char digest[EVP_MAX_MD_SIZE];
+  unsigned int length = 0;
+  if (EVP_DigestFinal_ex(ctx.get(), digest, &length) != 1) return {};
+  std::string hex;
+  for (unsigned int i = 0; i < length; ++i) {
+    char byte[3];
+    std::snprintf(byte, sizeof byte, "%02x", digest[i]);
+    hex += byte;
+  }
+  return hex;
+}
+
+std::string withCommas(int64_t n) {
+  std::string digits = std::to_string(n), out;
+  for (size_t i = 0; i < digits.size(); ++i) {
+    if (i && (digits.size() - i) % 3 == 0) out += ',';
+    out += digits[i];
+  }
+  return out;
+}
+
+}  // namespace
+
+std::vector<fs::path> ModelStore::leftovers() const {
+  std::vector<fs::path> found;
+  std::error_code ec;
+  const std::string prefix = std::string(ModelFiles::fileName) + ".part-";
+  for (fs::directory_iterator it(options_.directory, ec), end; !ec && it != end; it.increment(ec)) {
+    if (it->path().filename().string().rfind(prefix, 0) == 0 && !inUse(it->path())) found.push_back(it->path());
+  }
+  return found;
+}
+
+int64_t ModelStore::removeLeftovers() const {
+  int64_t freed = 0;
+  for (const fs::path& part : leftovers()) {
+    std::error_code ec;
+    const auto size = fs::file_size(part, ec);
+    if (fs::remove(part, ec) && !ec) freed += static_cast<int64_t>(size);
+  }
+  return freed;
+}
+
 void ModelStore::run() {
   // The partial file lives in the model folder itself, so installing it is one atomic rename and
   // no half-written model is ever visible under the model's name. A folder that can't be made
@@ -112,9 +182,16 @@ void ModelStore::run() {
   fs::create_directories(options_.directory, ec);
   if (ec) return setState(Failed{"Couldn't save the model: " + ec.message()});
   std::string pattern = (options_.directory / (std::string(ModelFiles::fileName) + ".part-XXXXXX")).string();
+  // What an earlier, killed download left is of no use: a download starts over.
+  removeLeftovers();
   int fd = mkstemp(pattern.data());
   if (fd < 0) return setState(Failed{"Couldn't save the model: " + std::string(std::strerror(errno))});
-  ::close(fd);
+  // Held while this download runs, so no other process takes its partial file for a leftover.
+  ::flock(fd, LOCK_EX);
+  struct Closer {
+    int fd;
+    ~Closer() { ::close(fd); }
+  } closer{fd};
   fs::path temp = pattern;
 
   Downloading last;
@@ -136,6 +213,9 @@ void ModelStore::run() {
   if (result.outcome == Outcome::finished && !cancelRequested_) return finish(temp, result.status);
   fs::remove(temp, ec);
   if (result.outcome == Outcome::cancelled || cancelRequested_) return setState(installed() ? State(Ready{}) : State(Missing{}));
+  // A transport error (a redirect loop among them) says what happened; the status of the last
+  // response it saw would not.
+  if (result.outcome == Outcome::transportError) return setState(Failed{"Download failed: " + result.error});
   if (result.status != 0 && result.status != 200)
     return setState(Failed{"Download failed (HTTP " + std::to_string(result.status) + ")"});
   if (result.outcome == Outcome::truncated) return setState(Failed{"Download was incomplete"});
@@ -150,12 +230,24 @@ void ModelStore::finish(const fs::path& temp, long status) {
   };
   // A response that isn't HTTP (status 0) counts as 200.
   if (status != 0 && status != 200) return fail("Download failed (HTTP " + std::to_string(status) + ")");
-  auto size = fs::file_size(temp, ec);
-  if (ec || static_cast<int64_t>(size) < options_.minimumSize) return fail("Download was incomplete");
-  char magic[4] = {0};
+  const auto size = static_cast<int64_t>(fs::file_size(temp, ec));
+  if (ec) return fail("Couldn't save the model: " + ec.message());
+  char head[16] = {0};
   std::ifstream in(temp, std::ios::binary);
-  if (!in.read(magic, 4) || std::memcmp(magic, "GGUF", 4) != 0) return fail("Downloaded file isn't a GGUF model");
+  in.read(head, sizeof head);
   in.close();
+  const std::string start(head, static_cast<size_t>(std::min<int64_t>(size, sizeof head)));
+  // What was received, in the user's terms: a web page (a login or error page), or so many bytes.
+  if (start.find('<') != std::string::npos && start.find_first_not_of(" \t\r\n") == start.find('<'))
+    return fail("Download failed: the server sent a web page (" + withCommas(size) + " bytes), not the model");
+  const std::string received = "received " + withCommas(size) +
+                               (options_.exactSize > 0 ? " of " + withCommas(options_.exactSize) : "") + " bytes";
+  if (size < options_.minimumSize) return fail("Download was incomplete (" + received + ")");
+  if (start.compare(0, 4, "GGUF") != 0) return fail("Downloaded file isn't a GGUF model");
+  if (options_.exactSize > 0 && size != options_.exactSize)
+    return fail("Downloaded file isn't the expected model (" + received + ")");
+  if (!options_.sha256.empty() && sha256Of(temp) != options_.sha256)
+    return fail("Downloaded file isn't the expected model (its SHA-256 checksum differs)");
   // rename() replaces an older model in one step, so a reader sees either the old or the new file.
   fs::rename(temp, modelPath(), ec);
   if (ec) return fail("Couldn't save the model: " + ec.message());

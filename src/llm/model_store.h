@@ -10,6 +10,7 @@
 #include <string>
 #include <thread>
 #include <variant>
+#include <vector>
 
 #include "llm/model_files.h"
 
@@ -35,6 +36,9 @@ class ModelStore {
     std::string url = ModelFiles::remoteURL();
     std::filesystem::path directory = ModelFiles::directory();
     int64_t minimumSize = ModelFiles::minimumDownloadSize;
+    // The exact size and SHA-256 (lower-case hex) of the file; 0 and "" check neither.
+    int64_t exactSize = ModelFiles::downloadSize;
+    std::string sha256 = ModelFiles::downloadSHA256;
   };
 
   // Called with every new state, from whichever thread made the change (the download runs on
@@ -66,6 +70,11 @@ class ModelStore {
   // Deletes the installed model; the state becomes missing. Throws std::runtime_error with the
   // reason when the file exists but can't be deleted.
   void remove();
+  // Partial files that an earlier download left behind (it was killed); a running download's
+  // own partial file is locked and never listed.
+  std::vector<std::filesystem::path> leftovers() const;
+  // Deletes them; how many bytes that freed.
+  int64_t removeLeftovers() const;
 
  private:
   void run();

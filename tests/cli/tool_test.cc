@@ -6,6 +6,13 @@
 #include <cstdio>
 #include <string>
 #include <sys/wait.h>
+#include <signal.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <filesystem>
+#include <set>
+#include <thread>
 
 #include <nlohmann/json.hpp>
 
@@ -88,6 +95,38 @@ TEST(Tool, RunOnALivePageReportsTheBrowser) {
   EXPECT_EQ(page["tabs"], 1);
   EXPECT_FALSE(page["title"].get<std::string>().empty());
   EXPECT_TRUE(page.contains("focusedValue"));
+}
+
+// The temporary browser profile of a live run goes with it, also when a signal ends the run.
+TEST(Tool, ALiveRunEndedBySignalLeavesNoProfile) {
+  if (!chromium::LiveSession::available()) GTEST_SKIP() << "no Chromium installed";
+  namespace fs = std::filesystem;
+  auto profiles = [] {
+    std::set<std::string> found;
+    for (const auto& e : fs::directory_iterator("/tmp"))
+      if (e.path().filename().string().rfind("skimlet-chromium-", 0) == 0) found.insert(e.path().string());
+    return found;
+  };
+  const auto before = profiles();
+  const pid_t child = ::fork();
+  if (child == 0) {
+    const std::string page = testing::sourcePath("tests/site/settings.html");
+    ::execl(SKIMLET_TOOL, SKIMLET_TOOL, "run", "--url", page.c_str(), "scroll down", "scroll up", "scroll down",
+            static_cast<char*>(nullptr));
+    ::_exit(127);
+  }
+  // Once the profile exists the browser is starting; end the run there.
+  std::set<std::string> fresh;
+  for (int i = 0; i < 400 && fresh.empty(); ++i) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    for (const auto& p : profiles())
+      if (!before.count(p)) fresh.insert(p);
+  }
+  ASSERT_FALSE(fresh.empty());
+  ::kill(child, SIGTERM);
+  int status = 0;
+  ::waitpid(child, &status, 0);
+  for (const auto& p : fresh) EXPECT_FALSE(fs::exists(p)) << p;
 }
 #endif
 

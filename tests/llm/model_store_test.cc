@@ -43,7 +43,10 @@ class ModelStoreTest : public ::testing::Test {
 
   // A store for `path` on the local server that records every state it reports.
   std::unique_ptr<ModelStore> store(const std::string& path) {
-    auto s = std::make_unique<ModelStore>(ModelStore::Options{server_.url(path), dir_, minimum},
+    ModelStore::Options options{server_.url(path), dir_, minimum};
+    options.exactSize = exactSize;
+    options.sha256 = sha256;
+    auto s = std::make_unique<ModelStore>(options,
                                           [this](const ModelStore::State& st) {
                                             std::lock_guard lock(mutex_);
                                             seen_.push_back(st);
@@ -61,6 +64,8 @@ class ModelStoreTest : public ::testing::Test {
 
   HttpServer server_;
   fs::path dir_;
+  int64_t exactSize = 0;  // the known file, for the stores made by store(); none by default
+  std::string sha256;
   std::mutex mutex_;
   std::vector<ModelStore::State> seen_;
 };
@@ -137,10 +142,14 @@ TEST_F(ModelStoreTest, RejectedDownloadsLeaveNothingBehind) {
   std::vector<Case> cases = {
       // The status is checked first, then the size, then the magic.
       {"/missing", {404, "Not Found"}, "Download failed (HTTP 404)"},
-      {"/short", {200, ggufBody(minimum - 1)}, "Download was incomplete"},
+      {"/short", {200, ggufBody(minimum - 1)}, "Download was incomplete (received 65,535 bytes)"},
       {"/cut", {200, ggufBody(minimum / 2), size_t(minimum)}, "Download was incomplete"},
-      {"/html", {200, "<html>" + std::string(minimum, ' ')}, "Downloaded file isn't a GGUF model"},
-      {"/tiny", {200, "GG"}, "Download was incomplete"},
+      {"/html", {200, "\n<html>" + std::string(minimum, ' ')},
+       "Download failed: the server sent a web page (65,543 bytes), not the model"},
+      {"/zeros", {200, std::string(minimum, '\0')}, "Downloaded file isn't a GGUF model"},
+      {"/tiny", {200, "GG"}, "Download was incomplete (received 2 bytes)"},
+      // A redirect loop is a redirect loop, not the status of its last answer.
+      {"/loop", {302, "", std::nullopt, 0, 0, "text/plain", "/loop"}, "Download failed: Maximum (10) redirects followed"},
   };
   for (auto& c : cases) {
     SCOPED_TRACE(c.path);
@@ -155,7 +164,7 @@ TEST_F(ModelStoreTest, RejectedDownloadsLeaveNothingBehind) {
   // A failed download doesn't disturb a model that is already installed.
   std::string old = ggufBody(minimum + 7);
   std::ofstream(dir_ / ModelFiles::fileName, std::ios::binary) << old;
-  auto s = store("/html");
+  auto s = store("/zeros");
   s->download();
   s->wait();
   EXPECT_EQ(failure(s->state()), "Downloaded file isn't a GGUF model");
@@ -167,6 +176,37 @@ TEST_F(ModelStoreTest, RejectedDownloadsLeaveNothingBehind) {
   offline->download();
   offline->wait();
   EXPECT_EQ(failure(offline->state()).rfind("Download failed: ", 0), 0u) << failure(offline->state());
+}
+
+TEST_F(ModelStoreTest, OnlyTheKnownFileIsInstalledAndLeftoversGo) {
+  // A partial file of a download that was killed; the next download clears it away.
+  fs::create_directories(dir_);
+  std::ofstream(dir_ / (std::string(ModelFiles::fileName) + ".part-AbC123")) << "half";
+  auto idle = store("/none");
+  ASSERT_EQ(idle->leftovers().size(), 1u);
+
+  const std::string body = ggufBody(minimum + 10);
+  server_.route("/model", {200, body});
+  server_.route("/other", {200, ggufBody(minimum + 11)});
+  exactSize = minimum + 10;
+  sha256 = "0000000000000000000000000000000000000000000000000000000000000000";
+  auto wrongHash = store("/model");
+  wrongHash->download();
+  wrongHash->wait();
+  EXPECT_EQ(failure(wrongHash->state()), "Downloaded file isn't the expected model (its SHA-256 checksum differs)");
+  EXPECT_TRUE(folder().empty());
+
+  // The hash of ggufBody(minimum + 10), as sha256sum computes it.
+  sha256 = "22095071c81e5788147b945970851fe5bcf2239b830305de0e1b15d6ab8385eb";
+  auto wrongSize = store("/other");
+  wrongSize->download();
+  wrongSize->wait();
+  EXPECT_EQ(failure(wrongSize->state()), "Downloaded file isn't the expected model (received 65,547 of 65,546 bytes)");
+  auto right = store("/model");
+  right->download();
+  right->wait();
+  EXPECT_TRUE(std::holds_alternative<ModelStore::Ready>(right->state())) << failure(right->state());
+  EXPECT_EQ(folder(), std::vector<std::string>{ModelFiles::fileName});
 }
 
 TEST_F(ModelStoreTest, FolderThatCannotBeMadeFails) {

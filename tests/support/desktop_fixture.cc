@@ -4,6 +4,7 @@
 #include <chrono>
 #include <thread>
 
+#include "browser/snapshot_capture.h"
 #include "page/crawler.h"
 #include "platform/input_events.h"
 #include "text/text_util.h"

@@ -94,7 +94,8 @@ void HttpServer::answer(int client) {
   }
   std::string head = "HTTP/1.1 " + std::to_string(r.status) + (r.status == 200 ? " OK" : " Error") +
                      "\r\nContent-Type: " + r.contentType + "\r\nContent-Length: " +
-                     std::to_string(r.declaredLength.value_or(r.body.size())) + "\r\nConnection: close\r\n\r\n";
+                     std::to_string(r.declaredLength.value_or(r.body.size())) +
+                     (r.location.empty() ? "" : "\r\nLocation: " + r.location) + "\r\nConnection: close\r\n\r\n";
   auto sendAll = [&](const char* data, size_t n) {
     while (n > 0) {
       ssize_t k = ::send(client, data, n, kSendFlags);

@@ -23,6 +23,7 @@ class HttpServer {
     size_t chunk = 0;
     int pauseMs = 0;
     std::string contentType = "application/octet-stream";
+    std::string location;  // a redirect's target
   };
 
   // Listens on an ephemeral port of 127.0.0.1 and serves from a thread of its own.

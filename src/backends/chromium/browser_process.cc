@@ -17,6 +17,8 @@
 #include <thread>
 #include <vector>
 
+#include "backends/chromium/signal_cleanup.h"
+
 namespace skimlet::chromium {
 
 namespace {
@@ -59,6 +61,7 @@ BrowserProcess::BrowserProcess(const LaunchOptions& options) {
   char dirTemplate[] = "/tmp/skimlet-chromium-XXXXXX";
   if (!::mkdtemp(dirTemplate)) throw std::runtime_error("cannot create a temporary browser profile");
   profileDir_ = dirTemplate;
+  signalHandle_ = cleanUpOnSignal(profileDir_);
 
   const char* display = std::getenv("DISPLAY");
   const char* wayland = std::getenv("WAYLAND_DISPLAY");
@@ -128,6 +131,7 @@ BrowserProcess::BrowserProcess(const LaunchOptions& options) {
   }
   ::setpgid(child, child);  // also from here, so the group exists whichever runs first
   pid_ = child;
+  cleanUpGroupOnSignal(signalHandle_, pid_);
   ::close(commands[0]);
   ::close(replies[1]);
   toBrowser_ = commands[1];
@@ -195,6 +199,8 @@ void BrowserProcess::shutdown(double seconds) {
   toBrowser_ = fromBrowser_ = -1;
   std::error_code ec;
   std::filesystem::remove_all(profileDir_, ec);
+  forgetOnSignal(signalHandle_);
+  signalHandle_ = -1;
   pid_ = -1;
 }
 

@@ -49,6 +49,7 @@ class BrowserProcess {
   bool headless_ = true;
   bool exited_ = false;
   std::string profileDir_;
+  int signalHandle_ = -1;  // its registration for cleanup on a signal
   std::vector<pid_t> helpers_;
 };
 
