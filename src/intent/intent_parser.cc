@@ -125,8 +125,10 @@ bool isFiller(std::string_view lowered) {
          lowered == "that";
 }
 
+// Role words are looked up lower-cased, as every word of a command is matched: "SAVE BUTTON" is
+// a button.
 std::optional<RoleHint> roleWord(std::string_view w) {
-  auto it = roleWords().find(w);
+  auto it = roleWords().find(lowerWord(w));
   if (it == roleWords().end()) return std::nullopt;
   return it->second;
 }
@@ -402,7 +404,7 @@ TargetSpec parseTarget(std::string_view text, RoleHint defaultRole) {
   if (lead && remaining() == 1) {
     found = lead;
     first = last;
-  } else if (lead && (hasOrdinal || (remaining() >= 2 && connectors().contains(words[first + 1])))) {
+  } else if (lead && (hasOrdinal || (remaining() >= 2 && connectors().contains(lowerWord(words[first + 1]))))) {
     // "second button", "button labeled Save", "link to pricing"
     found = lead;
     ++first;

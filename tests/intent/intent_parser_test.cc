@@ -142,6 +142,10 @@ TEST(IntentParserTargets, FillersOrdinalsRolesConnectorsAnchors) {
       {"OK beside Cancel", {"OK", {}, RoleHint::any, "Cancel"}},
       {"icon", {"", {}, RoleHint::image, {}}},
       {"First Name field", {"Name", 1, RoleHint::field, {}}},
+      // Command text is matched case-insensitively, role words and connectors included.
+      {"THE SECOND LINK", {"", 2, RoleHint::link, {}}},
+      {"SIGNUP BOX", {"SIGNUP", {}, RoleHint::field, {}}},
+      {"Button Labeled Save", {"Save", {}, RoleHint::button, {}}},
   };
   for (const auto& c : cases) EXPECT_EQ(parseTarget(c.phrase, RoleHint::any), c.expected) << c.phrase;
   EXPECT_EQ(parseTarget("search", RoleHint::field).role, RoleHint::field);
