@@ -15,10 +15,15 @@ struct Command {
   std::string usage;    // e.g. "parse [--json] COMMAND"
   std::string summary;  // one line for the overview
   std::function<int(const Args&)> run;  // arguments after the name; returns the exit status
+  std::string details = {};  // more for `skimlet help NAME`: options, exit statuses
 };
 
 int registerCommand(Command c);
 const std::vector<Command>& commands();
+
+// What the live subcommands say when there is no browser to drive.
+inline constexpr const char* kNoChromium =
+    "no Chromium found (install Debian's chromium package, or set SKIMLET_CHROMIUM)";
 
 // Prints "usage: skimlet <usage>" to standard error and returns 2.
 int usageError(const Command& c, const std::string& message = "");

@@ -67,7 +67,8 @@ class ProgressBar {
     if (d.expected > 0) {
       constexpr int width = 30;
       const int filled = static_cast<int>(d.progress * width);
-      line = "[" + std::string(filled, '#') + std::string(width - filled, '.') + "] ";
+      line.assign("[").append(static_cast<std::size_t>(filled), '#').append(static_cast<std::size_t>(width - filled), '.');
+      line.append("] ");
       char pct[16];
       std::snprintf(pct, sizeof pct, "%5.1f%%", d.progress * 100);
       line += pct + std::string("  ") + megabytes(d.received) + " of " + megabytes(d.expected);

@@ -30,7 +30,9 @@ TEST(OutcomeJson, EachKindOfOutcomeHasItsKeysInOrder) {
   r.items.push_back(item);
   r.debug = {"Intent: Fill in your email"};
   ordered_json result = outcomeJson(r);
-  EXPECT_EQ(keys(result), (std::vector<std::string>{"type", "kind", "headline", "body", "items", "debug", "copyText"}));
+  EXPECT_EQ(keys(result), (std::vector<std::string>{"type", "kind", "headline", "body", "items", "debug", "copyText",
+                                                    "headlineText", "bodyText"}));
+  EXPECT_EQ(result["headlineText"], "No email saved");
   EXPECT_EQ(result["type"], "result");
   EXPECT_EQ(result["kind"], "failure");
   EXPECT_TRUE(result["body"].is_null());
