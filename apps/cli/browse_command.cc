@@ -8,6 +8,7 @@
 // the desktop palette uses, on the same main-loop rules.
 #include <unistd.h>
 
+#include <csignal>
 #include <cstdlib>
 #include <iostream>
 #include <optional>
@@ -93,6 +94,9 @@ int browseCommand(const Args& args) {
     }
   }
 
+  // A closed terminal must not kill us between reads: the palette sees the hang-up as the end
+  // of its input and the session closes the browser and removes its profile folder.
+  std::signal(SIGHUP, SIG_IGN);
   std::unique_ptr<chromium::LiveSession> session;
   std::optional<PageSource> page;
   try {

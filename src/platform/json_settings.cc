@@ -12,12 +12,24 @@ namespace skimlet {
 namespace fs = std::filesystem;
 
 JsonSettings::JsonSettings(std::string path) : path_(std::move(path)) {
+  std::lock_guard lock(mutex_);
+  refresh();
+}
+
+void JsonSettings::refresh() {
+  if (path_.empty()) return;
+  std::error_code ec;
+  const auto modified = fs::last_write_time(path_, ec);
+  if (ec || modified == readTime_) return;
   std::ifstream in(path_);
   if (!in) return;
   std::stringstream text;
   text << in.rdbuf();
   auto parsed = nlohmann::json::parse(text.str(), nullptr, /*allow_exceptions=*/false);
-  if (parsed.is_object()) values_ = std::move(parsed);
+  // A file caught half-written by a program that does not rename into place is read next time.
+  if (!parsed.is_object()) return;
+  values_ = std::move(parsed);
+  readTime_ = modified;
 }
 
 std::string JsonSettings::defaultPath() {
@@ -30,6 +42,7 @@ std::string JsonSettings::defaultPath() {
 
 std::optional<std::string> JsonSettings::string(std::string_view key) {
   std::lock_guard lock(mutex_);
+  refresh();
   auto it = values_.find(key);
   if (it == values_.end() || !it->is_string()) return std::nullopt;
   return it->get<std::string>();
@@ -37,6 +50,7 @@ std::optional<std::string> JsonSettings::string(std::string_view key) {
 
 std::optional<std::int64_t> JsonSettings::integer(std::string_view key) {
   std::lock_guard lock(mutex_);
+  refresh();
   auto it = values_.find(key);
   if (it == values_.end() || !it->is_number_integer()) return std::nullopt;
   return it->get<std::int64_t>();
@@ -44,18 +58,21 @@ std::optional<std::int64_t> JsonSettings::integer(std::string_view key) {
 
 void JsonSettings::setString(std::string_view key, const std::string& value) {
   std::lock_guard lock(mutex_);
+  refresh();  // keep what another process wrote meanwhile
   values_[std::string(key)] = value;
   save();
 }
 
 void JsonSettings::setInteger(std::string_view key, std::int64_t value) {
   std::lock_guard lock(mutex_);
+  refresh();  // keep what another process wrote meanwhile
   values_[std::string(key)] = value;
   save();
 }
 
 void JsonSettings::remove(std::string_view key) {
   std::lock_guard lock(mutex_);
+  refresh();  // keep what another process wrote meanwhile
   if (values_.erase(std::string(key)) > 0) save();
 }
 
@@ -78,7 +95,12 @@ void JsonSettings::save() {
     }
   }
   fs::rename(temp, target, ec);
-  if (ec) fs::remove(temp, ec);
+  if (ec) {
+    fs::remove(temp, ec);
+    return;
+  }
+  // Our own write is what the store holds already.
+  readTime_ = fs::last_write_time(target, ec);
 }
 
 }  // namespace skimlet
