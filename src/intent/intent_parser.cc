@@ -333,6 +333,23 @@ const std::deque<Rule>& laterRules() {
   return all;
 }
 
+// "tick remember me", "uncheck the newsletter box": after every other rule and the questions, so
+// it only takes commands that the rules above leave without an intent; "check if …", "check
+// what …" are left to the model and the fallback, as before.
+std::optional<Intent> tickRule(const icu::UnicodeString& u) {
+  static const Rule rule(
+      "(check|tick|uncheck|untick)\\s+(?!(?:if|whether|what|which|how|that|for|out|on)\\b)(?:the\\s+)?"
+      "(.+?)(?:\\s+(?:check\\s*box|checkbox|box|option))?",
+      nullptr);
+  auto g = rule.regex.search(u);
+  if (!g) return std::nullopt;
+  const std::string verb = lowerWord((*g)[0]);
+  TargetSpec target = parseTarget((*g)[1], RoleHint::checkbox);
+  target.role = RoleHint::checkbox;
+  if (target.query.empty() && !target.ordinal) return std::nullopt;
+  return intents::SetChecked{target, !verb.starts_with("un")};
+}
+
 std::string withoutPoliteness(std::string_view trimmed) {
   static const Regex lead("^(please|pls|can you|could you|would you|hey|just)\\s+", true);
   static const Regex trail("\\s+please[.!?]*$", true);
@@ -447,7 +464,7 @@ std::optional<Intent> parse(std::string_view input) {
   static const Regex question(
       "^(what|who|how|why|when|where|which|is|are|does|do|did|can|tell me|explain|describe)\\b");
   if (question.find(lowered)) return intents::Ask{text};
-  return std::nullopt;
+  return tickRule(u);
 }
 
 }  // namespace skimlet::IntentParser

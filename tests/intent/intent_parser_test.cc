@@ -102,6 +102,10 @@ TEST(IntentParserOrder, ListsLinksFormsClicksQuestions) {
       {"Hello?", "Ask: Hello?"},
       {"tell me the price", "Ask: tell me the price"},
       {"banana", "none"},
+      // Check boxes are set to a state only where every rule above left the command alone.
+      {"tick remember me", "Tick “remember me” checkbox"},
+      {"Uncheck the newsletter box", "Untick “newsletter” checkbox"},
+      {"check what shipping costs", "none"},
   });
 }
 
