@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "backends/memory/backend.h"
+#include "browser/snapshot_capture.h"
 #include "large_page.h"
 #include "page/crawler.h"
 #include "page/page_reader.h"
@@ -31,7 +32,7 @@ void BM_Capture(benchmark::State& state) {
   Page page;
   std::size_t elements = 0, lines = 0, chunks = 0;
   for (auto _ : state) {
-    auto snap = PageSnapshot::capture(page.target, page.platform);
+    auto snap = captureSnapshot(page.target, page.platform);
     elements = snap->elements.size(), lines = snap->lines.size(), chunks = snap->chunks.size();
     benchmark::DoNotOptimize(snap);
   }
@@ -44,20 +45,20 @@ void BM_Capture(benchmark::State& state) {
 
 void BM_CrawlPage(benchmark::State& state) {
   Page page;
-  const PageSnapshot snap = *PageSnapshot::capture(page.target, page.platform);
+  const PageSnapshot snap = *captureSnapshot(page.target, page.platform);
   for (auto _ : state)
     benchmark::DoNotOptimize(Crawler::crawl(page.platform.ax, page.platform.clock, snap.webArea->element, Crawler::pageLimits));
 }
 
 void BM_Lines(benchmark::State& state) {
   Page page;
-  const PageSnapshot snap = *PageSnapshot::capture(page.target, page.platform);
+  const PageSnapshot snap = *captureSnapshot(page.target, page.platform);
   for (auto _ : state) benchmark::DoNotOptimize(PageReader::lines(snap.elements, &page.platform.ax));
 }
 
 void BM_Chunks(benchmark::State& state) {
   Page page;
-  const PageSnapshot snap = *PageSnapshot::capture(page.target, page.platform);
+  const PageSnapshot snap = *captureSnapshot(page.target, page.platform);
   for (auto _ : state) benchmark::DoNotOptimize(PageReader::chunks(snap.lines));
 }
 

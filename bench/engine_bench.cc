@@ -29,7 +29,7 @@ void BM_ClickCommand(benchmark::State& state) {
     auto outcome = runCommand(*backend, "click get the weekly newsletter");
     auto events = backend->events();
     if (!outcome || !outcome->result() || outcome->result()->kind != ActionResult::Kind::success || events.empty() ||
-        events.front().type != memory::Event::Type::press || events.front().label != "Get the weekly newsletter") {
+        events.front().type != Event::Type::press || events.front().label != "Get the weekly newsletter") {
       state.SkipWithError("the click did not press “Get the weekly newsletter”");
       break;
     }

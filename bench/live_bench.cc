@@ -14,6 +14,7 @@
 #if !defined(__APPLE__)
 #include "backends/chromium/live_session.h"
 #include "backends/memory/backend.h"
+#include "browser/snapshot_capture.h"
 #include "engine/action_engine.h"
 #include "intent/intent_parser.h"
 #include "page/page_snapshot.h"
@@ -40,7 +41,7 @@ int run(const Page& page) {
     std::printf("live: %s is missing (scripts/setup.sh installs the packages it comes from)\n", page.path.c_str());
     return 0;
   }
-  memory::MemorySettings settings;
+  MemorySettings settings;
   auto session = chromium::LiveSession::open("file://" + page.path, settings);
   auto target = session->target();
   if (!target) {
@@ -56,7 +57,7 @@ int run(const Page& page) {
   std::size_t elements = 0, nodes = 0;
   auto capture = [&](std::vector<double>& into) {
     auto start = std::chrono::steady_clock::now();
-    auto snapshot = PageSnapshot::capture(*target, platform);
+    auto snapshot = captureSnapshot(*target, platform);
     into.push_back(msSince(start));
     if (snapshot) elements = snapshot->elements.size();
   };

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "backends/memory/backend.h"
+#include "browser/snapshot_capture.h"
 #include "engine/action_engine.h"
 #include "qa/page_qa.h"
 
@@ -78,7 +79,7 @@ void BM_Capture(benchmark::State& state) {
   const BrowserTarget target = *backend.target();
   std::size_t elements = 0;
   for (auto _ : state) {
-    auto snap = PageSnapshot::capture(target, platform);
+    auto snap = captureSnapshot(target, platform);
     elements = snap->elements.size();
     benchmark::DoNotOptimize(snap);
   }
@@ -87,7 +88,7 @@ void BM_Capture(benchmark::State& state) {
 
 void BM_ExtractiveAnswer(benchmark::State& state) {
   memory::Backend backend(largePage());
-  const PageSnapshot snap = *PageSnapshot::capture(*backend.target(), backend.platform());
+  const PageSnapshot snap = *captureSnapshot(*backend.target(), backend.platform());
   for (auto _ : state) benchmark::DoNotOptimize(PageQA::extractiveAnswer(snap, question));
   state.counters["chunks"] = static_cast<double>(snap.chunks.size());
 }

@@ -8,6 +8,13 @@ packages=(
   libicu-dev libopenblas-dev libcurl4-openssl-dev nlohmann-json3-dev
   libgtest-dev libgmock-dev libbenchmark-dev
   chromium python3
+  # The user's own browser on a Linux desktop: the accessibility bus, X input and windows.
+  libatspi2.0-dev at-spi2-core libxtst-dev libx11-dev libxext-dev xclip
+  # The desktop tests' private desktop and the second browser they read.
+  xvfb openbox firefox-esr
+  # The desktop application, and the virtual display its tests drive it on.
+  libgtk-3-dev libayatana-appindicator3-dev libkeybinder-3.0-dev adwaita-icon-theme
+  xvfb xdotool x11-apps netpbm dbus-daemon libglib2.0-bin
   # Large one-page manuals that the live benchmark reads.
   bash-doc ccache
 )

@@ -1,11 +1,13 @@
 // skimlet browse [--visible] [--why | --no-why] [--model FILE | --no-model] URL|FILE
+// skimlet browse --desktop [--why | --no-why] [--model FILE | --no-model]
 //
 // The palette in a terminal, on a page opened in a fresh Chromium (a file is served from its
 // folder on a loopback address). At an interactive terminal
 // the command is edited in place with the live preview and suggestions under it (see
 // interactive_palette.h for the keys); with standard input from a pipe or a file, each line is a
 // command and the output reads as a transcript (line_palette.h). Both drive the same view model
-// the desktop palette uses, on the same main-loop rules.
+// the desktop palette uses, on the same main-loop rules. With --desktop the palette acts on the
+// browser in front on the user's own desktop instead.
 #include <unistd.h>
 
 #include <csignal>
@@ -16,6 +18,7 @@
 #include "backends/chromium/live_session.h"
 #include "browser/browser_tracker.h"
 #include "cli.h"
+#include "desktop_session.h"
 #include "interactive_palette.h"
 #include "line_palette.h"
 #include "options.h"
@@ -30,12 +33,13 @@ namespace {
 
 int browseCommand(const Args& args);
 
-const Command kBrowse{"browse", std::string("browse [--visible] [--why | --no-why] ") + modelUsage + " URL|FILE",
+const Command kBrowse{"browse", std::string("browse [--visible] [--why | --no-why] ") + modelUsage + " URL|FILE | --desktop",
                       "Opens a page in Chromium and takes commands for it, as the palette does.", browseCommand};
 
 struct BrowseOptions {
   std::string page;
   bool visible = false;
+  bool desktop = false;
   std::optional<bool> why;  // default: shown in a transcript, on request at a terminal
   ModelChoice model;
 };
@@ -64,6 +68,7 @@ int browseCommand(const Args& args) {
   OptionReader r(args);
   while (r.more()) {
     if (r.flag("--visible")) o.visible = true;
+    else if (r.flag("--desktop")) o.desktop = true;
     else if (r.flag("--why")) o.why = true;
     else if (r.flag("--no-why")) o.why = false;
     else if (readModelOption(r, o.model)) continue;
@@ -71,6 +76,13 @@ int browseCommand(const Args& args) {
     else if (w) r.fail("one page at a time");
   }
   if (!r.problem().empty()) return usageError(kBrowse, r.problem());
+  if (o.desktop) {
+    if (!o.page.empty()) return usageError(kBrowse, "--desktop acts on the browser in front; give no page");
+    std::string path = JsonSettings::defaultPath();
+    JsonSettings settings(path.empty() ? "/dev/null" : path);
+    Models models(o.model);
+    return browseDesktop(settings, models, o.why);
+  }
   if (o.page.empty()) return usageError(kBrowse, "no page given");
   if (!chromium::LiveSession::available()) {
     std::cerr << "skimlet browse: " << kNoChromium << "\n";

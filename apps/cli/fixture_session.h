@@ -9,6 +9,7 @@
 
 #include "backends/memory/backend.h"
 #include "browser/browser_target.h"
+#include "browser/snapshot_capture.h"
 #include "page/page_snapshot.h"
 #include "platform/platform.h"
 
@@ -39,7 +40,7 @@ class FixtureSession {
   // The backend's seam, with the replay clock in place of the backend's virtual one.
   const Platform& platform() const { return platform_; }
   // One read of the recorded window; none when it has no window.
-  std::optional<PageSnapshot> capture() const { return PageSnapshot::capture(target_, platform_); }
+  std::optional<PageSnapshot> capture() const { return captureSnapshot(target_, platform_); }
 
  private:
   std::unique_ptr<memory::Backend> backend_;

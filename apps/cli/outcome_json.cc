@@ -48,16 +48,16 @@ ordered_json outcomeJson(const Outcome& outcome) {
   return {{"type", "choose"}, {"prompt", choice.prompt}, {"options", options}};
 }
 
-ordered_json eventJson(const memory::Event& event) {
-  ordered_json out = {{"type", memory::typeName(event.type)}};
-  const nlohmann::json details = memory::toJson(event);
+ordered_json eventJson(const Event& event) {
+  ordered_json out = {{"type", typeName(event.type)}};
+  const nlohmann::json details = toJson(event);
   for (const auto& [key, value] : details.items())
     if (key != "type") out[key] = ordered_json(value);
   return out;
 }
 
 ordered_json runJson(const std::string& intentTitle, const std::vector<Outcome>& outcomes,
-                     const std::vector<memory::Event>& events) {
+                     const std::vector<Event>& events) {
   ordered_json out = {{"intent", intentTitle}, {"outcomes", ordered_json::array()}, {"events", ordered_json::array()}};
   for (const auto& o : outcomes) out["outcomes"].push_back(outcomeJson(o));
   for (const auto& e : events) out["events"].push_back(eventJson(e));

@@ -6,7 +6,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "backends/memory/event.h"
+#include "effects/event.h"
 #include "engine/outcome.h"
 
 namespace skimlet::cli {
@@ -16,10 +16,10 @@ namespace skimlet::cli {
 // {"type": "choose", "prompt", "options": [{"title", "subtitle"}…]}.
 nlohmann::ordered_json outcomeJson(const Outcome& outcome);
 // {"type": …} first, then the event's own details.
-nlohmann::ordered_json eventJson(const memory::Event& event);
+nlohmann::ordered_json eventJson(const Event& event);
 // The whole answer of a run: {"intent": title, "outcomes": […], "events": […]}.
 nlohmann::ordered_json runJson(const std::string& intentTitle, const std::vector<Outcome>& outcomes,
-                               const std::vector<memory::Event>& events);
+                               const std::vector<Event>& events);
 // One line of UTF-8 (bytes that are not UTF-8 replaced), as the tool prints JSON.
 std::string jsonLine(const nlohmann::ordered_json& json);
 

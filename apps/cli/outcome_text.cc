@@ -76,10 +76,10 @@ void OutcomeText::print(std::ostream& out, const Outcome& outcome) const {
   }
 }
 
-void OutcomeText::printEvents(std::ostream& out, const std::vector<memory::Event>& events) const {
+void OutcomeText::printEvents(std::ostream& out, const std::vector<Event>& events) const {
   if (events.empty()) return;
   out << dim("Done to the page:") << "\n";
-  for (const auto& e : events) out << dim("  " + memory::describe(e)) << "\n";
+  for (const auto& e : events) out << dim("  " + describe(e)) << "\n";
 }
 
 }  // namespace skimlet::cli

@@ -9,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-#include "backends/memory/event.h"
+#include "effects/event.h"
 #include "engine/outcome.h"
 
 namespace skimlet::cli {
@@ -31,7 +31,7 @@ class OutcomeText {
   // A result alone, with its "Why?" lines only when `why`.
   void printResult(std::ostream& out, const ActionResult& result, bool why) const;
   // "Done to the page:" and one line per event; nothing when there were none.
-  void printEvents(std::ostream& out, const std::vector<memory::Event>& events) const;
+  void printEvents(std::ostream& out, const std::vector<Event>& events) const;
   // "Why?" and the debug lines under it, dimmed; nothing when there are none.
   void printWhy(std::ostream& out, const std::vector<std::string>& debug) const;
 

@@ -1,14 +1,14 @@
-// skimlet run --fixture FILE | --url PAGE [--json] [--confirm] [--pick N] [--profile KEY=VALUE]...
-//             [--keep-going] [--model FILE | --no-model] COMMAND...
+// skimlet run --fixture FILE | --url PAGE | --desktop [--json] [--confirm] [--pick N]
+//             [--profile KEY=VALUE]... [--keep-going] [--model FILE | --no-model] COMMAND...
 //
-// Commands against a recorded page or a live one, each as the palette runs it on Return:
-// understood by the rules, then the local model (the installed one, the file given, or none),
-// then the fallback; carried out by a fresh engine; and followed up with --confirm and --pick as
-// its outcomes ask. Both pages take the command words the same way (see commandsFrom). A run
-// stops at the first command that fails or is left waiting for an answer, unless --keep-going;
-// the exit status says which (see kRunDetails). Prints the outcomes and what was done to the
-// page, readably or as the JSON object scripts rely on (on a live page, also the browser's state
-// afterwards).
+// Commands against a recorded page, a live one or the browser in front on the user's desktop,
+// each as the palette runs it on Return: understood by the rules, then the local model (the
+// installed one, the file given, or none), then the fallback; carried out by a fresh engine; and
+// followed up with --confirm and --pick as its outcomes ask. Every page takes the command words
+// the same way (see commandsFrom). A run stops at the first command that fails or is left
+// waiting for an answer, unless --keep-going; the exit status says which (see kRun's details).
+// Prints the outcomes and what was done to the page, readably or as the JSON object scripts rely
+// on (on a live page, also the browser's state afterwards).
 #include <unistd.h>
 
 #include <deque>
@@ -18,6 +18,7 @@
 
 #if !defined(__APPLE__)
 #include "backends/chromium/live_session.h"
+#include "desktop_session.h"
 #endif
 
 #include "backends/memory/recording.h"
@@ -47,10 +48,10 @@ constexpr int kNeedsInput = 3;
 
 const Command kRun{
     "run",
-    std::string("run --fixture FILE | --url PAGE [--json] [--confirm] [--pick N] [--profile KEY=VALUE]... "
-                "[--keep-going] ") +
+    std::string("run --fixture FILE | --url PAGE | --desktop [--json] [--confirm] [--pick N] "
+                "[--profile KEY=VALUE]... [--keep-going] ") +
         modelUsage + " COMMAND...",
-    "Runs commands on a recorded page or a live one and shows what they did.", runCommand,
+    "Runs commands on a recorded page, a live one or the desktop's browser and shows what they did.", runCommand,
     "The words of one command need no quotes: `run --fixture page.json click sign in`. To run several\n"
     "commands, quote each: `run --url example.com 'click sign in' 'type hi into the search box'`.\n"
     "PAGE is an address, a host (opened over https) or a local file (served from its folder).\n"
@@ -63,6 +64,7 @@ const Command kRun{
 struct RunOptions {
   std::string fixture;
   std::string url;
+  bool desktop = false;  // the user's own browser in front on the desktop
   bool json = false;
   bool keepGoing = false;
   int confirms = 0;        // how many confirmations to accept
@@ -93,6 +95,8 @@ std::string parseOptions(const Args& args, RunOptions& o) {
     int n = 0;
     if (r.flag("--json")) {
       o.json = true;
+    } else if (r.flag("--desktop")) {
+      o.desktop = true;
     } else if (r.flag("--confirm")) {
       ++o.confirms;
     } else if (r.flag("--keep-going")) {
@@ -110,7 +114,7 @@ std::string parseOptions(const Args& args, RunOptions& o) {
     }
   }
   if (!r.problem().empty()) return r.problem();
-  if (o.fixture.empty() == o.url.empty()) return "give either --fixture FILE or --url PAGE";
+  if (!o.fixture.empty() + !o.url.empty() + o.desktop != 1) return "give one of --fixture FILE, --url PAGE or --desktop";
   for (const auto& w : commandsFrom(words))
     if (!TextUtil::split(w).empty()) o.commands.push_back(w);
   if (o.commands.empty()) return "no command given";
@@ -323,7 +327,7 @@ int runOnUrl(RunOptions& o) {
     std::cerr << "skimlet run: " << kNoChromium << "\n";
     return 1;
   }
-  memory::MemorySettings settings;
+  MemorySettings settings;
   applyProfile(settings, o);
   Models models(o.model);
   if (!namedModelLoads(o, models)) return kFailed;
@@ -360,9 +364,34 @@ int runOnUrl(RunOptions& o) {
 #endif
 }
 
+int runOnDesktop(RunOptions& o) {
+#if defined(__APPLE__)
+  std::cerr << "skimlet run: --desktop is for Linux desktops\n";
+  return 1;
+#else
+  MemorySettings settings;
+  applyProfile(settings, o);
+  auto desktop = openDesktopBrowser(settings, "run");
+  if (!desktop) return 1;
+  Models models(o.model);
+  if (!namedModelLoads(o, models)) return kFailed;
+  const OutcomeText text(::isatty(STDOUT_FILENO));
+  Ran ran;
+  runAll(o, desktop->target, desktop->session->platform(), models.ai(), [&] { desktop->session->runLoop().runPending(); },
+         ran, text);
+  if (o.json) {
+    auto json = runJsonOf(ran, {});
+    json["browser"] = desktop->target.browserName();
+    std::cout << jsonLine(json) << "\n";
+  }
+  return finish(ran, models);
+#endif
+}
+
 int runCommand(const Args& args) {
   RunOptions o;
   if (std::string problem = parseOptions(args, o); !problem.empty()) return usageError(kRun, problem);
+  if (o.desktop) return runOnDesktop(o);
   return o.url.empty() ? runOnFixture(o) : runOnUrl(o);
 }
 

@@ -1,7 +1,6 @@
-// PageSnapshot::capture lives with the browser code because it needs the target's window and
-// the adapter's choice of web area.
+#include "browser/snapshot_capture.h"
+
 #include "browser/adapters.h"
-#include "browser/browser_target.h"
 #include "page/ax_helpers.h"
 #include "page/crawler.h"
 #include "page/page_reader.h"
@@ -11,7 +10,7 @@
 
 namespace skimlet {
 
-std::optional<PageSnapshot> PageSnapshot::capture(const BrowserTarget& target, const Platform& platform) {
+std::optional<PageSnapshot> captureSnapshot(const BrowserTarget& target, const Platform& platform) {
   ax::Api& ax = platform.ax;
   const double start = platform.clock.now();
   auto window = target.window(ax);

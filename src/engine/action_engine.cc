@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <random>
 
+#include "browser/snapshot_capture.h"
 #include "engine/profile.h"
 #include "match/element_matcher.h"
 #include "text/text_util.h"
@@ -36,7 +37,7 @@ std::string ActionEngine::browserName() const {
 
 const PageSnapshot* ActionEngine::snapshot() {
   // Already on the command's worker, so the blocking capture runs right here.
-  if (!snap_) snap_ = PageSnapshot::capture(target_, platform_);
+  if (!snap_) snap_ = captureSnapshot(target_, platform_);
   return *snap_ ? &**snap_ : nullptr;
 }
 

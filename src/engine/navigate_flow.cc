@@ -58,22 +58,22 @@ Outcome ActionEngine::navigate(const NavAction& action, std::vector<std::string>
       static constexpr std::array<std::uint16_t, 9> kDigits{18, 19, 20, 21, 23, 22, 26, 28, 25};
       int n = std::clamp(action.index, 1, 9);
       sendShortcut(kDigits[n - 1], keyflags::command);
-      dbg.push_back("⌘" + std::to_string(n) + " sent");
+      dbg.push_back(platform_.input.keyName(kDigits[n - 1], keyflags::command) + " sent");
       return ActionResult::success("Switched to tab **" + std::to_string(n) + "**", std::move(dbg));
     }
     case K::nextTab:
       sendShortcut(48, keyflags::control);
-      dbg.push_back("⌃Tab sent");
+      dbg.push_back(platform_.input.keyName(48, keyflags::control) + " sent");
       return ActionResult::success("Switched to the **next** tab", std::move(dbg));
     case K::previousTab:
       sendShortcut(48, keyflags::controlShift);
-      dbg.push_back("⌃⇧Tab sent");
+      dbg.push_back(platform_.input.keyName(48, keyflags::controlShift) + " sent");
       return ActionResult::success("Switched to the **previous** tab", std::move(dbg));
     case K::closeTab: {
       Confirmation c{"Close this tab?", "Unsaved work on the page may be lost.", "Close tab", dbg, {}};
       c.perform = followUp<ActionResult>([dbg](ActionEngine& engine) mutable {
         engine.sendShortcut(13, keyflags::command);
-        dbg.push_back("⌘W sent");
+        dbg.push_back(engine.platform().input.keyName(13, keyflags::command) + " sent");
         return ActionResult::success("Closed the tab", std::move(dbg));
       });
       return c;

@@ -10,8 +10,6 @@
 
 namespace skimlet {
 
-struct BrowserTarget;
-struct Platform;
 
 struct PageLine {
   enum class Kind { heading, text, link, button, field, image, item };
@@ -38,10 +36,6 @@ struct PageSnapshot {
   std::vector<PageLine> lines;
   std::vector<PageChunk> chunks;
   double captureTime = 0;
-
-  // Two crawls of the target's window plus a few reads; none when it has no accessible window.
-  // Defined with the browser code (src/browser), which owns the target.
-  static std::optional<PageSnapshot> capture(const BrowserTarget& target, const Platform& platform);
 
   // The page as plain text, as the read and copy commands show it.
   std::string text() const;

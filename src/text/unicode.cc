@@ -45,6 +45,17 @@ Utf8::Utf8(std::string_view s) : view_(s) {
   view_ = repaired_;
 }
 
+std::string fromUtf16(std::u16string_view units) {
+  std::string out;
+  icu::UnicodeString(false, units.data(), static_cast<int32_t>(units.size())).toUTF8String(out);
+  return out;
+}
+
+std::u16string toUtf16(std::string_view utf8) {
+  icu::UnicodeString s = icu::UnicodeString::fromUTF8(icu::StringPiece(utf8.data(), static_cast<int32_t>(utf8.size())));
+  return std::u16string(s.getBuffer(), static_cast<std::size_t>(s.length()));
+}
+
 int codePointAt(std::string_view s, std::size_t at) {
   const auto* p = reinterpret_cast<const uint8_t*>(s.data());
   int32_t i = static_cast<int32_t>(at), n = static_cast<int32_t>(s.size());

@@ -25,6 +25,11 @@ class Utf8 {
   bool ascii_ = true;
 };
 
+// Conversions between the platform's UTF-16 and UTF-8; malformed input (a lone surrogate, a
+// bad byte sequence) becomes U+FFFD.
+std::string fromUtf16(std::u16string_view units);
+std::u16string toUtf16(std::string_view utf8);
+
 // The first code point of valid UTF-8 starting at `at`.
 int codePointAt(std::string_view s, std::size_t at);
 

@@ -7,7 +7,6 @@
 namespace skimlet::testing {
 namespace {
 
-using memory::Event;
 
 class LiveActions : public LiveTest {
  protected:
@@ -30,7 +29,7 @@ TEST_F(LiveActions, PressClicksButtonsAndCheckBoxesButNotDisabledOnes) {
   EXPECT_EQ(element("AXCheckBox", "Remember me").value, "1") << "the tree is re-read after the press";
 
   std::vector<std::string> events;
-  for (const Event& e : session().events()) events.push_back(memory::describe(e));
+  for (const Event& e : session().events()) events.push_back(describe(e));
   EXPECT_EQ(events, (std::vector<std::string>{"press AXButton “Sign in”", "press AXCheckBox “Remember me”"}));
 
   // A disabled toolbar button does not take the press.

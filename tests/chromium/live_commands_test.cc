@@ -156,8 +156,8 @@ TEST_F(LiveCommands, SignInProfileAndPasswordNeverShown) {
   EXPECT_EQ(value("password"), "hunter2secret");
   EXPECT_THAT(shown(secret), Each(Not(HasSubstr("hunter2"))));
   std::vector<std::string> events;
-  for (const auto& e : session().events()) events.push_back(memory::describe(e));
-  EXPECT_THAT(events, Contains(HasSubstr(std::string(memory::maskedText)))) << "the typing is logged, masked";
+  for (const auto& e : session().events()) events.push_back(describe(e));
+  EXPECT_THAT(events, Contains(HasSubstr(std::string(maskedText)))) << "the typing is logged, masked";
   EXPECT_THAT(events, Each(Not(HasSubstr("hunter2"))));
   // A profile value typed into a password field is masked the same way.
   Outcome profileSecret = command("type my name into the password field");
@@ -165,7 +165,7 @@ TEST_F(LiveCommands, SignInProfileAndPasswordNeverShown) {
   EXPECT_EQ(profileSecret.result()->headline, "Filled **Password** with “••••••••”");
   EXPECT_THAT(shown(profileSecret), Each(Not(HasSubstr("Ada"))));
   EXPECT_EQ(value("password"), "Ada Lovelace");
-  EXPECT_EQ(session().pageState().focusedValue, std::optional<std::string>(memory::maskedText));
+  EXPECT_EQ(session().pageState().focusedValue, std::optional<std::string>(maskedText));
 }
 
 TEST_F(LiveCommands, SignInToolbarNavigationAndClipboardKeys) {

@@ -24,7 +24,7 @@ class LiveTest : public ::testing::Test {
  protected:
   static void SetUpTestSuite() {
     if (!chromium::LiveSession::available()) return;
-    settings_ = std::make_unique<memory::MemorySettings>();
+    settings_ = std::make_unique<MemorySettings>();
     session_ = chromium::LiveSession::open(site("signin.html"), *settings_);
   }
   static void TearDownTestSuite() {
@@ -133,7 +133,7 @@ class LiveTest : public ::testing::Test {
     return lines;
   }
 
-  static inline std::unique_ptr<memory::MemorySettings> settings_;
+  static inline std::unique_ptr<MemorySettings> settings_;
   static inline std::unique_ptr<chromium::LiveSession> session_;
   std::shared_ptr<ActionEngine> engine_;
 };

@@ -69,11 +69,11 @@ TEST(OutcomeJson, EachKindOfOutcomeHasItsKeysInOrder) {
 }
 
 TEST(OutcomeJson, EventsLeadWithTheirTypeAndKeepOnlyTheirOwnDetails) {
-  memory::Event press;
+  Event press;
   press.role = "AXButton", press.label = "Sign in";
   EXPECT_EQ(jsonLine(eventJson(press)), R"({"type":"press","label":"Sign in","role":"AXButton"})");
-  memory::Event key;
-  key.type = memory::Event::Type::key, key.keyCode = 36, key.flags = 0x100000;
+  Event key;
+  key.type = Event::Type::key, key.keyCode = 36, key.flags = 0x100000;
   EXPECT_EQ(jsonLine(eventJson(key)), R"({"type":"key","flags":1048576,"keyCode":36})");
 }
 
@@ -156,7 +156,7 @@ TEST(FixtureSession, ARunShowsWhatWasDoneWithSecretsMasked) {
   // the page never shows the password.
   const std::string events = jsonLine(run["events"]), headline = run["outcomes"][0]["headline"];
   EXPECT_EQ(events.find("hunter2"), std::string::npos) << events;
-  EXPECT_NE(events.find(memory::maskedText), std::string::npos) << events;
+  EXPECT_NE(events.find(maskedText), std::string::npos) << events;
   EXPECT_EQ(headline.find("hunter2"), std::string::npos) << headline;
 }
 

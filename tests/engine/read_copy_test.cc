@@ -71,7 +71,7 @@ TEST(Read, LongPagesAreCutAfter8000CharactersButCopyGetsAll) {
   EXPECT_EQ(copied.copyText, std::nullopt);
   EXPECT_EQ(over.backend->pasteboard().string(), text);
   ASSERT_EQ(over.events().size(), 1u);
-  EXPECT_EQ(over.events()[0].type, memory::Event::Type::pasteboard);
+  EXPECT_EQ(over.events()[0].type, Event::Type::pasteboard);
 }
 
 TEST(Read, TitlesAreCutAt60AndFallBack) {

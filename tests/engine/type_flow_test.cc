@@ -112,7 +112,7 @@ TEST(TypeFlow, SecretsAreNeverShown) {
   refusing.backend->settings().setString("profile.name", "Ada Lovelace");
   ActionResult filled = refusing.run(intents::FillProfile{ProfileField::name, fieldNamed("password")});
   EXPECT_EQ(filled.headline, "Filled **Password** with “••••••••”");
-  EXPECT_EQ(refusing.events().back().type, memory::Event::Type::setValue);
+  EXPECT_EQ(refusing.events().back().type, Event::Type::setValue);
   EXPECT_EQ(refusing.events().back().value, "••••••••");
 }
 

@@ -5,6 +5,7 @@
 #include "backends/memory/backend.h"
 #include "browser/browser_registry.h"
 #include "browser/browser_tracker.h"
+#include "browser/snapshot_capture.h"
 #include "page/page_snapshot.h"
 #include "support/forwarding_ax.h"
 #include "support/page_builder.h"
@@ -170,7 +171,7 @@ TEST(PageSnapshotCapture, ReadsTheChosenWebAreaAndNamesThePage) {
   memory::Backend b(r);
   Platform platform = b.platform();
   b.setReadLatency(0.01);
-  auto snap = PageSnapshot::capture(*b.target(), platform);
+  auto snap = captureSnapshot(*b.target(), platform);
   ASSERT_TRUE(snap);
   EXPECT_EQ(snap->browserName, "Chrome");  // the recording has no localized name
   EXPECT_EQ(snap->windowTitle, "  Example \n Shop ");
@@ -191,7 +192,7 @@ TEST(PageSnapshotCapture, ReadsTheChosenWebAreaAndNamesThePage) {
   bare.window.children.erase(bare.window.children.begin());
   bare.window.children.back() = testing::group({button("Only")});
   memory::Backend plain(bare);
-  auto whole = PageSnapshot::capture(*plain.target(), plain.platform());
+  auto whole = captureSnapshot(*plain.target(), plain.platform());
   ASSERT_TRUE(whole);
   EXPECT_FALSE(whole->webArea);
   EXPECT_EQ(whole->elements.size(), whole->chrome.size());

@@ -2,13 +2,13 @@
 
 #include <gtest/gtest.h>
 
-#include "backends/memory/backend.h"
+#include "platform/memory_settings.h"
 
 namespace skimlet {
 namespace {
 
 TEST(HotkeySettings, StoredIdPicksThePresetAndUnknownIdsFallBackToTheFirst) {
-  memory::MemorySettings settings;
+  MemorySettings settings;
   EXPECT_EQ(HotkeySettings::current(settings).title, "\u2325 Space");
   settings.setInteger("hotkeyPreset", 2);
   HotkeyPreset chosen = HotkeySettings::current(settings);

@@ -207,7 +207,7 @@ TEST_F(Palette, ChoosingAmongCandidatesWrapsHighlightsAndPicks) {
   ASSERT_TRUE(std::holds_alternative<ActionResult>(vm->phase())) << shown.back();
   auto events = backend->events();
   ASSERT_EQ(events.size(), 1u);
-  EXPECT_EQ(events[0].type, memory::Event::Type::press);
+  EXPECT_EQ(events[0].type, Event::Type::press);
   EXPECT_EQ(chosen, kCartFrames[1]);
 }
 
@@ -345,7 +345,7 @@ TEST_F(Palette, RevealBringsAFoundItemIntoView) {
   settle();
   auto events = backend->events();
   ASSERT_EQ(events.size(), 1u);
-  EXPECT_EQ(events[0].type, memory::Event::Type::scroll);
+  EXPECT_EQ(events[0].type, Event::Type::scroll);
   EXPECT_TRUE(backend->highlighted());
 }
 

@@ -52,7 +52,7 @@ ActionResult EngineOnPage::result(std::string_view typed) {
 
 std::vector<std::string> EngineOnPage::eventLines() const {
   std::vector<std::string> lines;
-  for (const auto& e : backend->events()) lines.push_back(memory::describe(e));
+  for (const auto& e : backend->events()) lines.push_back(describe(e));
   return lines;
 }
 

@@ -31,7 +31,7 @@ struct EngineOnPage {
   ActionResult result(std::string_view typed);
   // Delivers what was posted to the main queue, and so the partial results; how many items ran.
   int drainMainQueue() { return backend->runLoop().runPending(); }
-  std::vector<memory::Event> events() const { return backend->events(); }
+  std::vector<Event> events() const { return backend->events(); }
   // The events as readable lines ("press AXButton “Sign in”", "key 33 flags 0x100000"), which
   // compare in one expectation and print clearly when they differ.
   std::vector<std::string> eventLines() const;

@@ -116,7 +116,7 @@ Value ChromiumAx::read(const LiveElement& e, std::string_view name) {
       if (name == "AXFocusedWindow" || name == "AXMainWindow") return window();
       if (name == "AXWindows" || name == "AXChildren") return std::vector<ElementRef>{window()};
       if (name == "AXFocusedUIElement") {
-        const Tab* tab = browser_.activeTab();
+        auto tab = browser_.activeTab();
         const PageTree& page = browser_.page();
         if (!tab || page.nodes.empty()) return missing(Error::noValue);
         return LiveElement::make(Kind::page, tab->targetId, page.nodes[static_cast<size_t>(page.focused)].key);
@@ -134,7 +134,7 @@ Value ChromiumAx::read(const LiveElement& e, std::string_view name) {
       if (geometry) return frameValue(browser_.windowFrame());
       if (name == "AXChildren") {
         std::vector<ElementRef> children{LiveElement::make(Kind::tabGroup), LiveElement::make(Kind::toolbar)};
-        const Tab* tab = browser_.activeTab();
+        auto tab = browser_.activeTab();
         const PageTree& page = browser_.page();
         if (tab && !page.nodes.empty()) children.push_back(LiveElement::make(Kind::page, tab->targetId, page.nodes[0].key));
         return children;
@@ -216,7 +216,7 @@ Value ChromiumAx::read(const LiveElement& e, std::string_view name) {
 }
 
 const PageNode* ChromiumAx::resolve(const LiveElement& e, bool withChildren) {
-  const Tab* active = browser_.activeTab();
+  auto active = browser_.activeTab();
   // Only the front tab's page is in the window; elements of other tabs are gone.
   if (!active || active->targetId != e.target) return nullptr;
   // Children are listed on demand: a long page is read from its start as far as needed.
@@ -259,7 +259,7 @@ Value ChromiumAx::readNode(const LiveElement& e, const PageTree& page, const Pag
 
 std::optional<std::vector<Value>> ChromiumAx::copyMultipleAttributeValues(const ElementRef& element,
                                                                           std::span<const std::string> names) {
-  std::lock_guard lock(browser_.mutex());
+  auto turn = browser_.take();
   auto* e = element.as<LiveElement>();
   if (!e) return std::nullopt;
   try {
@@ -287,7 +287,7 @@ std::optional<std::vector<Value>> ChromiumAx::copyMultipleAttributeValues(const 
 }
 
 Error ChromiumAx::copyAttributeValue(const ElementRef& element, std::string_view name, Value& out) {
-  std::lock_guard lock(browser_.mutex());
+  auto turn = browser_.take();
   auto* e = element.as<LiveElement>();
   if (!e) return Error::illegalArgument;
   try {
@@ -302,7 +302,7 @@ Error ChromiumAx::copyAttributeValue(const ElementRef& element, std::string_view
 }
 
 Error ChromiumAx::isAttributeSettable(const ElementRef& element, std::string_view name, bool& settable) {
-  std::lock_guard lock(browser_.mutex());
+  auto turn = browser_.take();
   settable = false;
   auto* e = element.as<LiveElement>();
   if (!e) return Error::illegalArgument;
@@ -324,7 +324,7 @@ Error ChromiumAx::isAttributeSettable(const ElementRef& element, std::string_vie
 }
 
 Error ChromiumAx::setAttributeValue(const ElementRef& element, std::string_view name, const Value& value) {
-  std::lock_guard lock(browser_.mutex());
+  auto turn = browser_.take();
   auto* e = element.as<LiveElement>();
   if (!e) return Error::illegalArgument;
   try {
@@ -378,7 +378,7 @@ Error ChromiumAx::setAttributeValue(const ElementRef& element, std::string_view 
 }
 
 Error ChromiumAx::copyActionNames(const ElementRef& element, std::vector<std::string>& out) {
-  std::lock_guard lock(browser_.mutex());
+  auto turn = browser_.take();
   out.clear();
   auto* e = element.as<LiveElement>();
   if (!e) return Error::illegalArgument;
@@ -409,7 +409,7 @@ Error ChromiumAx::copyActionNames(const ElementRef& element, std::vector<std::st
 }
 
 Error ChromiumAx::performAction(const ElementRef& element, std::string_view action) {
-  std::lock_guard lock(browser_.mutex());
+  auto turn = browser_.take();
   auto* e = element.as<LiveElement>();
   if (!e) return Error::illegalArgument;
   try {
@@ -469,16 +469,13 @@ Error ChromiumAx::pressPageNode(const PageNode& node) {
   if (point.is_object() && point.value("reaches", false)) {
     // A real click at the element's centre, as a desktop browser's press does for web content.
     double x = point["x"], y = point["y"];
-    auto& cdp = browser_.cdp();
-    std::string session = browser_.activeTab()->sessionId;
     Json base = {{"x", x}, {"y", y}, {"button", "left"}, {"clickCount", 1}};
     Json moved = {{"type", "mouseMoved"}, {"x", x}, {"y", y}};
     Json down = base, up = base;
     down["type"] = "mousePressed";
     up["type"] = "mouseReleased";
-    int ids[] = {cdp.send("Input.dispatchMouseEvent", moved, session), cdp.send("Input.dispatchMouseEvent", down, session),
-                 cdp.send("Input.dispatchMouseEvent", up, session)};
-    for (int id : ids) cdp.wait(id);
+    browser_.tabCalls({{"Input.dispatchMouseEvent", moved}, {"Input.dispatchMouseEvent", down},
+                       {"Input.dispatchMouseEvent", up}});
   } else {
     browser_.callOnNode(key, "function() { this.click(); }");
   }
@@ -502,7 +499,7 @@ Error ChromiumAx::scroll(const LiveElement& e, std::string_view action) {
 }
 
 ElementRef ChromiumAx::chromeElementAt(Point at) {
-  std::lock_guard lock(browser_.mutex());
+  auto turn = browser_.take();
   auto inside = [&](const Rect& r) { return at.x >= r.x && at.y >= r.y && at.x < r.x + r.width && at.y < r.y + r.height; };
   auto frameOf = [&](const LiveElement& e) -> std::optional<Rect> {
     Value p = read(e, "AXPosition"), s = read(e, "AXSize");

@@ -3,7 +3,7 @@
 // would let Skimlet do it.
 #pragma once
 
-#include "backends/chromium/event_log.h"
+#include "effects/event_log.h"
 #include "backends/chromium/live_browser.h"
 #include "backends/chromium/live_element.h"
 #include "platform/ax.h"

@@ -104,12 +104,7 @@ void ChromiumInput::keyEvent(const DomKey& key, std::uint64_t flags, const std::
   if (!command.empty()) down["commands"] = Json::array({command});
   Json up = {{"type", "keyUp"},         {"modifiers", modifiers},          {"key", key.key},
              {"code", key.code},        {"windowsVirtualKeyCode", key.keyCode}, {"nativeVirtualKeyCode", key.keyCode}};
-  auto& cdp = browser_.cdp();
-  std::string session = browser_.activeTab()->sessionId;
-  int a = cdp.send("Input.dispatchKeyEvent", down, session);
-  int b = cdp.send("Input.dispatchKeyEvent", up, session);
-  cdp.wait(a);
-  cdp.wait(b);
+  browser_.tabCalls({{"Input.dispatchKeyEvent", down}, {"Input.dispatchKeyEvent", up}});
 }
 
 std::string ChromiumInput::selectedText() {
@@ -184,7 +179,7 @@ bool ChromiumInput::browserShortcut(std::uint16_t virtualKey, std::uint64_t flag
 }
 
 bool ChromiumInput::postKey(Pid pid, std::uint16_t virtualKey, std::uint64_t flags) {
-  std::lock_guard lock(browser_.mutex());
+  auto turn = browser_.take();
   if (pid != browser_.pid() || !browser_.alive()) return false;
   events_.key(virtualKey, flags);
   try {
@@ -201,7 +196,7 @@ bool ChromiumInput::postKey(Pid pid, std::uint16_t virtualKey, std::uint64_t fla
 }
 
 bool ChromiumInput::postText(Pid pid, std::u16string_view units) {
-  std::lock_guard lock(browser_.mutex());
+  auto turn = browser_.take();
   if (pid != browser_.pid() || !browser_.alive()) return false;
   std::string text;
   for (size_t i = 0; i < units.size(); ++i) {
@@ -234,7 +229,7 @@ bool ChromiumInput::postText(Pid pid, std::u16string_view units) {
 }
 
 bool ChromiumInput::postMouseClick(Point at) {
-  std::lock_guard lock(browser_.mutex());
+  auto turn = browser_.take();
   if (!browser_.alive()) return false;
   events_.mouseClick(at);
   try {
@@ -244,14 +239,9 @@ bool ChromiumInput::postMouseClick(Point at) {
       Json down = base, up = base;
       down["type"] = "mousePressed";
       up["type"] = "mouseReleased";
-      auto& cdp = browser_.cdp();
-      std::string session = browser_.activeTab()->sessionId;
-      int a = cdp.send("Input.dispatchMouseEvent", {{"type", "mouseMoved"}, {"x", at.x - view.x}, {"y", at.y - view.y}}, session);
-      int b = cdp.send("Input.dispatchMouseEvent", down, session);
-      int c = cdp.send("Input.dispatchMouseEvent", up, session);
-      cdp.wait(a);
-      cdp.wait(b);
-      cdp.wait(c);
+      Json moved = {{"type", "mouseMoved"}, {"x", at.x - view.x}, {"y", at.y - view.y}};
+      browser_.tabCalls({{"Input.dispatchMouseEvent", moved}, {"Input.dispatchMouseEvent", down},
+                         {"Input.dispatchMouseEvent", up}});
       browser_.changed(true);
     } else if (auto element = ax_.chromeElementAt(at)) {
       // The browser's own bands: the click lands on a tab or a toolbar button.
@@ -264,7 +254,7 @@ bool ChromiumInput::postMouseClick(Point at) {
 }
 
 bool ChromiumInput::postScrollWheel(Point at, int lines) {
-  std::lock_guard lock(browser_.mutex());
+  auto turn = browser_.take();
   if (!browser_.alive()) return false;
   events_.scrollWheel(at, lines);
   try {

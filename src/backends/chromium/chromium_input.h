@@ -8,7 +8,7 @@
 #include <string>
 
 #include "backends/chromium/chromium_ax.h"
-#include "backends/chromium/event_log.h"
+#include "effects/event_log.h"
 #include "backends/chromium/live_browser.h"
 #include "platform/input_events.h"
 #include "platform/pasteboard.h"

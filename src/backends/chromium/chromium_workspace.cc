@@ -28,7 +28,7 @@ bool ChromiumWorkspace::isTerminated(Pid pid) { return pid != browser_.pid() || 
 bool ChromiumWorkspace::isActive(Pid pid) { return pid == browser_.pid() && browser_.alive(); }
 
 void ChromiumWorkspace::openURLs(const std::vector<std::string>& urls, const std::string& bundlePath) {
-  std::lock_guard lock(browser_.mutex());
+  auto turn = browser_.take();
   events_.open(urls);
   // Each URL gets a tab of its own; the last one opened is in front, as the desktop does it.
   for (const auto& url : urls) {
@@ -40,7 +40,7 @@ void ChromiumWorkspace::openURLs(const std::vector<std::string>& urls, const std
 }
 
 bool ChromiumWorkspace::openURL(const std::string& url) {
-  std::lock_guard lock(browser_.mutex());
+  auto turn = browser_.take();
   events_.open({url});
   // Only web pages open in the browser; system deep links have no handler here.
   if (url.rfind("http", 0) != 0 && url.rfind("file:", 0) != 0) return false;

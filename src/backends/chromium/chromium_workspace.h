@@ -2,7 +2,7 @@
 // application and always in front; URLs open in new tabs of it.
 #pragma once
 
-#include "backends/chromium/event_log.h"
+#include "effects/event_log.h"
 #include "backends/chromium/live_browser.h"
 #include "platform/workspace.h"
 

@@ -79,19 +79,19 @@ std::optional<BrowserTarget> LiveSession::target() const {
 }
 
 PageState LiveSession::pageState() {
-  std::lock_guard lock(browser_->mutex());
+  auto turn = browser_->take();
   PageState state;
   auto tabs = browser_->tabs();
   state.tabs = static_cast<int>(tabs.size());
   const PageTree& page = browser_->page();
-  if (const Tab* active = browser_->activeTab()) {
+  if (auto active = browser_->activeTab()) {
     state.url = page.url.empty() ? active->url : page.url;
     state.title = page.title.empty() ? active->title : page.title;
   }
   try {
     nlohmann::json focused = browser_->evaluate(kFocusedValue);
     if (focused.is_object()) {
-      if (focused.value("secure", false)) state.focusedValue = memory::maskedText;
+      if (focused.value("secure", false)) state.focusedValue = maskedText;
       else state.focusedValue = focused.value("value", "");
     }
   } catch (const CdpError&) {

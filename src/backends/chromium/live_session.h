@@ -21,7 +21,7 @@
 #include "backends/chromium/chromium_ax.h"
 #include "backends/chromium/chromium_input.h"
 #include "backends/chromium/chromium_workspace.h"
-#include "backends/chromium/event_log.h"
+#include "effects/event_log.h"
 #include "backends/chromium/live_browser.h"
 #include "backends/chromium/page_highlighter.h"
 #include "backends/chromium/session_pasteboard.h"

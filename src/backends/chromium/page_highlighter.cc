@@ -9,7 +9,7 @@ constexpr const char* kRemove = "document.querySelectorAll('[data-skimlet-overla
 }
 
 void PageHighlighter::show(Rect axFrame, double seconds) {
-  std::lock_guard lock(browser_.mutex());
+  auto turn = browser_.take();
   try {
     Rect view = browser_.viewportFrame();
     std::ostringstream js;
@@ -29,7 +29,7 @@ void PageHighlighter::show(Rect axFrame, double seconds) {
 }
 
 void PageHighlighter::hide() {
-  std::lock_guard lock(browser_.mutex());
+  auto turn = browser_.take();
   try {
     browser_.evaluate(kRemove);
   } catch (const CdpError&) {

@@ -6,7 +6,7 @@
 #include <optional>
 #include <string>
 
-#include "backends/chromium/event_log.h"
+#include "effects/event_log.h"
 #include "platform/pasteboard.h"
 
 namespace skimlet::chromium {

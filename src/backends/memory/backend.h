@@ -11,62 +11,41 @@
 //   Platform platform = backend->platform();
 //   BrowserTarget target = *backend->target();
 //   … run a command …
-//   EXPECT_EQ(memory::toJson(backend->events()), …);
+//   EXPECT_EQ(toJson(backend->events()), …);
 //
-// Every part may be used from any thread. Activation notifications are delivered through the
+// The session only wires the parts (recorded_*.h, one per part of the seam) to the one
+// RecordedBrowser that holds the page's state. Every part may be used from any thread. Activation notifications are delivered through the
 // backend's RunLoop, like the main queue; drain it with runLoop().runPending(). The clock is
 // virtual: it stands still unless something sleeps (which returns at once) or reads are given a
 // latency.
 #pragma once
 
-#include <map>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
-#include <variant>
 #include <vector>
 
-#include "backends/memory/event.h"
+#include "backends/memory/recorded_ax.h"
+#include "backends/memory/recorded_browser.h"
+#include "backends/memory/recorded_highlighter.h"
+#include "backends/memory/recorded_input.h"
+#include "backends/memory/recorded_pasteboard.h"
+#include "backends/memory/recorded_workspace.h"
 #include "backends/memory/recording.h"
 #include "browser/browser_target.h"
+#include "effects/event.h"
+#include "platform/memory_settings.h"
 #include "platform/platform.h"
 #include "platform/run_loop.h"
+#include "platform/virtual_clock.h"
 
 namespace skimlet::memory {
-
-// Time that passes only when told to.
-class VirtualClock final : public Clock {
- public:
-  double now() override;
-  void sleep(double seconds) override;  // returns at once, `seconds` later
-  void advance(double seconds);
-
- private:
-  std::mutex mutex_;
-  double now_ = 1000.0;
-};
-
-// Settings held in memory for the life of the object.
-class MemorySettings final : public Settings {
- public:
-  std::optional<std::string> string(std::string_view key) override;
-  std::optional<std::int64_t> integer(std::string_view key) override;
-  void setString(std::string_view key, const std::string& value) override;
-  void setInteger(std::string_view key, std::int64_t value) override;
-  void remove(std::string_view key) override;
-
- private:
-  std::mutex mutex_;
-  std::map<std::string, std::variant<std::string, std::int64_t>, std::less<>> values_;
-};
 
 class Backend {
  public:
   explicit Backend(Recording recording);
   // Loads a recording file; throws RecordingError with the file and the place that is wrong.
   static std::unique_ptr<Backend> load(const std::string& path);
-  ~Backend();
   Backend(const Backend&) = delete;
   Backend& operator=(const Backend&) = delete;
 
@@ -74,7 +53,7 @@ class Backend {
   // The recorded browser as a command's target; none when its bundle id is not a supported
   // browser's.
   std::optional<BrowserTarget> target() const;
-  const RunningApp& app() const;
+  RunningApp app() const;
 
   // What was done to the page so far, in order.
   std::vector<Event> events() const;
@@ -104,19 +83,23 @@ class Backend {
   std::optional<Rect> highlighted() const;
 
   // --- The seam's parts --------------------------------------------------------------------
-  ax::Api& ax();
-  Workspace& workspace();
-  InputEvents& input();
-  Pasteboard& pasteboard();
-  Highlighter& highlighter();
-  RunLoop& runLoop();
-  VirtualClock& clock();
-  MemorySettings& settings();
-
-  struct State;  // the live tree and everything recorded, behind one lock
+  ax::Api& ax() { return ax_; }
+  Workspace& workspace() { return workspace_; }
+  InputEvents& input() { return input_; }
+  Pasteboard& pasteboard() { return pasteboard_; }
+  Highlighter& highlighter() { return highlighter_; }
+  RunLoop& runLoop() { return browser_.runLoop(); }
+  VirtualClock& clock() { return browser_.clock(); }
+  MemorySettings& settings() { return settings_; }
 
  private:
-  std::unique_ptr<State> state_;
+  RecordedBrowser browser_;
+  RecordedAx ax_{browser_};
+  RecordedWorkspace workspace_{browser_};
+  RecordedInput input_{browser_};
+  RecordedPasteboard pasteboard_{browser_};
+  RecordedHighlighter highlighter_{browser_};
+  MemorySettings settings_;
 };
 
 }  // namespace skimlet::memory

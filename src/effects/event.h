@@ -9,7 +9,7 @@
 
 #include <nlohmann/json.hpp>
 
-namespace skimlet::memory {
+namespace skimlet {
 
 // What a secure field's text shows as, whatever was typed.
 inline constexpr const char* maskedText = "••••••••";
@@ -39,4 +39,4 @@ nlohmann::json toJson(const std::vector<Event>& events);
 // One readable line, e.g. press AXButton “Sign in”, type “hello”, key 0 flags 0x100000.
 std::string describe(const Event& event);
 
-}  // namespace skimlet::memory
+}  // namespace skimlet

@@ -1,8 +1,8 @@
-#include "backends/memory/event.h"
+#include "effects/event.h"
 
 #include <cstdio>
 
-namespace skimlet::memory {
+namespace skimlet {
 
 using nlohmann::json;
 
@@ -102,4 +102,4 @@ std::string describe(const Event& e) {
   return out;
 }
 
-}  // namespace skimlet::memory
+}  // namespace skimlet

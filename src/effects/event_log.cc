@@ -1,6 +1,6 @@
-#include "backends/chromium/event_log.h"
+#include "effects/event_log.h"
 
-namespace skimlet::chromium {
+namespace skimlet {
 
 namespace {
 template <class Fill>
@@ -22,7 +22,7 @@ void EventLog::press(const std::string& role, const std::string& label) {
 }
 
 void EventLog::setValue(const std::string& role, const std::string& label, const std::string& value, bool secure) {
-  add(make([&](Event& e) { e.type = Event::Type::setValue; e.role = role; e.label = label; e.value = secure ? memory::maskedText : value; }));
+  add(make([&](Event& e) { e.type = Event::Type::setValue; e.role = role; e.label = label; e.value = secure ? maskedText : value; }));
 }
 
 void EventLog::focus(const std::string& role, const std::string& label) {
@@ -39,7 +39,7 @@ void EventLog::type(const std::string& text, bool secure) {
     if (!secure) events_.back().text += text;
     return;
   }
-  events_.push_back(make([&](Event& e) { e.type = Event::Type::type; e.text = secure ? memory::maskedText : text; }));
+  events_.push_back(make([&](Event& e) { e.type = Event::Type::type; e.text = secure ? maskedText : text; }));
   typing_ = true;
 }
 
@@ -68,4 +68,4 @@ void EventLog::clear() {
   typing_ = false;
 }
 
-}  // namespace skimlet::chromium
+}  // namespace skimlet

@@ -1,5 +1,6 @@
-// What Skimlet did to the live page, in order, as the same events the recorded-page backend
-// keeps, so that `skimlet run --url --json` prints them alike. Secrets never enter the log.
+// What a backend did to the page, in order. Every backend records its effects here, so that
+// `skimlet run --json` prints them alike whichever backend served the page. Secrets never enter
+// the log. Safe to use from several threads.
 #pragma once
 
 #include <cstdint>
@@ -7,12 +8,10 @@
 #include <string>
 #include <vector>
 
-#include "backends/memory/event.h"
+#include "effects/event.h"
 #include "platform/geometry.h"
 
-namespace skimlet::chromium {
-
-using memory::Event;
+namespace skimlet {
 
 class EventLog {
  public:
@@ -38,4 +37,4 @@ class EventLog {
   bool typing_ = false;
 };
 
-}  // namespace skimlet::chromium
+}  // namespace skimlet
