@@ -236,7 +236,7 @@ void runAll(const RunOptions& o, const BrowserTarget& target, const Platform& pl
 
 // The keys added to the contract's {"intent", "outcomes", "events"}: each command with its
 // parsed intent and how it ended, and the run's own ending.
-nlohmann::ordered_json runJsonOf(const Ran& ran, const std::vector<memory::Event>& events) {
+nlohmann::ordered_json runJsonOf(const Ran& ran, const std::vector<Event>& events) {
   auto json = runJson(ran.titles.empty() ? std::string() : ran.titles.back(), ran.outcomes, events);
   json["intents"] = ran.titles;
   json["commands"] = ran.commands;
