@@ -1,11 +1,13 @@
-// Speed of Skimlet's own model engine on a model of the shipped model's shapes (Qwen2.5 1.5B:
-// 28 layers, width 1536, feed-forward 8960, 12 query and 2 key/value heads of 128, 151,936
-// tokens, tied output) with random weights in the Q4_K_M mix: Q4_K matrices, Q6_K for the
-// embedding and for the value and down projections of the layers that get more bits. Figures,
+// Speed of Skimlet's own model engine on the real model when scripts/fetch_model.sh has fetched
+// it, else on a model of the shipped model's shapes (Qwen2.5 1.5B: 28 layers, width 1536,
+// feed-forward 8960, 12 query and 2 key/value heads of 128, 151,936 tokens, tied output) with
+// random weights in the Q4_K_M mix: Q4_K matrices, Q6_K for the embedding and for the value and
+// down projections of the layers that get more bits; the first line says which. Figures,
 // all on every core: prompt tokens per second for a 256-token prompt, generated tokens per second
 // over 64 tokens after it, the time to the first token of a second request that shares a
-// 200-token system text with the first (its keys and values come from the runtime's cache), and
-// the peak resident memory of the process.
+// 200-token system text with the first (its keys and values come from the runtime's cache), the
+// time of one pass over a few tokens after a 256-token context (what checking guessed tokens
+// costs next to one token), and the peak resident memory of the process.
 //
 // Generation reads every weight once a token, so it cannot outrun the machine's memory: the
 // benchmark also reads a large buffer on every core and prints generation as a share of the
@@ -29,6 +31,7 @@
 #include "llm/thread_pool.h"
 #include "llm/transformer.h"
 #include "qwen_shapes_model.h"
+#include "support/real_model.h"
 
 namespace skimlet {
 namespace {
@@ -37,7 +40,13 @@ constexpr int kPromptTokens = 256;
 constexpr int kGeneratedTokens = 64;
 constexpr int kSystemTokens = 200;
 
-const std::string& modelPath() { return bench::qwenShapesModelPath(); }
+const std::string& modelPath() {
+  static const std::string path = [] {
+    std::string real = testing::realModelPath();
+    return real.empty() ? bench::qwenShapesModelPath() : real;
+  }();
+  return path;
+}
 
 // Dropped before the runtime loads its own copy, so the two mappings never add up in memory.
 std::unique_ptr<Transformer>& loadedModel() {
@@ -86,6 +95,16 @@ void BM_Generate(benchmark::State& state) {
     if (position >= m.contextSize()) position = kPromptTokens;
   }
   state.counters["tokens/s"] = benchmark::Counter(static_cast<double>(state.iterations()), benchmark::Counter::kIsRate);
+}
+
+// One pass over n tokens after a 256-token context, with every row's logits, as the runtime runs
+// a reply's newest token with the tokens guessed after it.
+void BM_Pass(benchmark::State& state) {
+  Transformer& m = model();
+  const std::vector<int> tokens = randomTokens(kPromptTokens + 16, m.vocabSize());
+  m.forward(std::span<const int>(tokens).first(kPromptTokens), 0);
+  const auto batch = std::span<const int>(tokens).subspan(kPromptTokens, static_cast<size_t>(state.range(0)));
+  for (auto _ : state) benchmark::DoNotOptimize(m.forwardAll(batch, kPromptTokens));
 }
 
 // Records each repetition's rate; the timing loop above stays free of it.
@@ -148,6 +167,7 @@ void printGenerationAgainstMemory() {
 // Repeated because the machine may be shared: the median and the best run are the figures.
 BENCHMARK(BM_Prompt)->Arg(kPromptTokens)->Iterations(1)->Repetitions(3)->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(BM_Generate)->Iterations(kGeneratedTokens)->Repetitions(3)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_Pass)->Arg(1)->Arg(2)->Arg(4)->Arg(8)->Arg(16)->Iterations(8)->Unit(benchmark::kMillisecond)->UseRealTime();
 
 // A system text of about `tokens` tokens in the model's tokenizer: words added until the system
 // turn is that long.
@@ -217,6 +237,8 @@ void printRuntimeFigures(const std::string& system) {
 }  // namespace skimlet
 
 int main(int argc, char** argv) {
+  std::printf("model: %s (%s)\n", skimlet::modelPath().c_str(),
+              skimlet::modelPath() == skimlet::testing::realModelPath() ? "real" : "random, of the real shapes");
   benchmark::Initialize(&argc, argv);
   skimlet::RateRecorder reporter;
   benchmark::RunSpecifiedBenchmarks(&reporter);

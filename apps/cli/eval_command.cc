@@ -54,7 +54,10 @@ int evalCommand(const Args& args) {
       std::cout << "Model: " << models.modelPath() << "\n";
     }
   }
-  evaluateIntents(cases, models.ai(), std::cout);
+  evaluateIntents(cases, models.ai(), std::cout, [&]() -> std::optional<int> {
+    if (auto run = models.lastRun()) return 1 + run->decodeSteps;
+    return std::nullopt;
+  });
   return problems.empty() ? 0 : 1;
 }
 

@@ -53,7 +53,8 @@ std::vector<IntentCase> readIntentCases(std::istream& in, const std::string& nam
   return cases;
 }
 
-IntentTally evaluateIntents(const std::vector<IntentCase>& cases, const LocalAI& ai, std::ostream& out) {
+IntentTally evaluateIntents(const std::vector<IntentCase>& cases, const LocalAI& ai, std::ostream& out,
+                            const PassesOfLastRequest& passes) {
   using Clock = std::chrono::steady_clock;
   IntentTally t;
   for (const IntentCase& c : cases) {
@@ -66,6 +67,7 @@ IntentTally evaluateIntents(const std::vector<IntentCase>& cases, const LocalAI&
     });
     // Nothing but the model's own answer runs between its call and here.
     if (asked) t.modelSeconds += std::chrono::duration<double>(Clock::now() - askedAt).count();
+    if (asked && passes) t.modelPasses += passes().value_or(0);
 
     const std::string got = understood ? title(understood->intent) : "no intent";
     const bool right = got == c.expected;
@@ -101,6 +103,10 @@ IntentTally evaluateIntents(const std::vector<IntentCase>& cases, const LocalAI&
     std::snprintf(mean, sizeof mean, "%.3f s", t.modelSeconds / t.reachedModel);
     out << "Right among those that reached the model: " << share(t.rightAfterModel, t.reachedModel) << "\n";
     out << "Mean time per model call: " << mean << " over " << t.reachedModel << " calls\n";
+    if (t.modelPasses > 0) {
+      std::snprintf(mean, sizeof mean, "%.2f", static_cast<double>(t.modelPasses) / t.reachedModel);
+      out << "Model passes per call: " << mean << "\n";
+    }
   } else if (!ai.ownModelUsable() && !ai.systemModelUsable()) {
     out << "Right among those that reached the model: no model (" << ai.statusText() << ")\n";
   } else {

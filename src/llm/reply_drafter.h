@@ -1,7 +1,7 @@
 // A guess at how a reply goes on, given the reply so far. The runtime turns the guess into
 // tokens and checks them all against the model in one batched pass, keeping the longest run the
-// model agrees with: the reply is exactly the one greedy decoding gives, in fewer passes when the
-// guesses are good. Replies that mostly copy their request (a command restated in a fixed
+// model agrees with: the reply is the one greedy decoding gives (up to the rounding of batched
+// products, as for any prompt), in fewer passes when the guesses are good. Replies that mostly copy their request (a command restated in a fixed
 // format) are where this pays.
 #pragma once
 

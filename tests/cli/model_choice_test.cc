@@ -106,7 +106,7 @@ TEST(IntentEval, ReadsCasesSkippingCommentsAndReportingMalformedLines) {
 
 // The shipped set measures the model, so its commands must be ones the rules miss; a new rule
 // that understands some of them thins it out.
-TEST(IntentEval, TheShippedSetHoldsAtLeastSixtyCommandsTheRulesMiss) {
+TEST(IntentEval, TheShippedSetHoldsAtLeast150CommandsTheRulesMiss) {
   std::ifstream in(testing::sourcePath("tests/eval/intents.tsv"));
   std::vector<std::string> problems;
   const auto cases = readIntentCases(in, "intents.tsv", problems);
@@ -118,7 +118,7 @@ TEST(IntentEval, TheShippedSetHoldsAtLeastSixtyCommandsTheRulesMiss) {
     if (understood && understood->stage == Understanding::Stage::rules) understoodByRules += "\n  " + c.command;
     else ++missed;
   }
-  EXPECT_GE(missed, 60) << "understood by the rules:" << understoodByRules;
+  EXPECT_GE(missed, 150) << "understood by the rules:" << understoodByRules;
 }
 
 TEST(IntentEval, WithoutAModelMissesAreShownAndTheModelShareSaysSo) {
