@@ -10,7 +10,8 @@
 // browser in front on the user's own desktop instead.
 #include <unistd.h>
 
-#include <filesystem>
+#include <csignal>
+#include <cstdlib>
 #include <iostream>
 #include <optional>
 
@@ -20,7 +21,8 @@
 #include "desktop_session.h"
 #include "interactive_palette.h"
 #include "line_palette.h"
-#include "local_site.h"
+#include "options.h"
+#include "page_argument.h"
 #include "model_choice.h"
 #include "outcome_text.h"
 #include "palette/palette_view_model.h"
@@ -42,6 +44,12 @@ struct BrowseOptions {
   ModelChoice model;
 };
 
+bool hasDisplay() {
+  for (const char* name : {"DISPLAY", "WAYLAND_DISPLAY"})
+    if (const char* v = std::getenv(name); v && *v) return true;
+  return false;
+}
+
 void greet(chromium::LiveSession& session, const LocalAI& ai, const OutcomeText& text, bool interactive) {
   auto page = session.pageState();
   std::cout << text.markdown("**" + (page.title.empty() ? page.url : page.title) + "**") << "\n";
@@ -57,24 +65,17 @@ void greet(chromium::LiveSession& session, const LocalAI& ai, const OutcomeText&
 
 int browseCommand(const Args& args) {
   BrowseOptions o;
-  for (std::size_t i = 0; i < args.size(); ++i) {
-    std::string problem;
-    if (args[i] == "--visible") {
-      o.visible = true;
-    } else if (args[i] == "--desktop") {
-      o.desktop = true;
-    } else if (args[i] == "--why" || args[i] == "--no-why") {
-      o.why = args[i] == "--why";
-    } else if (takeModelOption(args, i, o.model, problem)) {
-      if (!problem.empty()) return usageError(kBrowse, problem);
-    } else if (args[i].size() > 1 && args[i][0] == '-') {
-      return usageError(kBrowse, "unknown option " + args[i]);
-    } else if (o.page.empty()) {
-      o.page = args[i];
-    } else {
-      return usageError(kBrowse, "one page at a time");
-    }
+  OptionReader r(args);
+  while (r.more()) {
+    if (r.flag("--visible")) o.visible = true;
+    else if (r.flag("--desktop")) o.desktop = true;
+    else if (r.flag("--why")) o.why = true;
+    else if (r.flag("--no-why")) o.why = false;
+    else if (readModelOption(r, o.model)) continue;
+    else if (auto w = r.word(); w && o.page.empty()) o.page = *w;
+    else if (w) r.fail("one page at a time");
   }
+  if (!r.problem().empty()) return usageError(kBrowse, r.problem());
   if (o.desktop) {
     if (!o.page.empty()) return usageError(kBrowse, "--desktop acts on the browser in front; give no page");
     std::string path = JsonSettings::defaultPath();
@@ -95,36 +96,31 @@ int browseCommand(const Args& args) {
   Models models(o.model);
   if (o.model.source != ModelChoice::Source::none && !models.modelPath().empty()) {
     std::cout << text.dim("Loading the model…") << "\n" << std::flush;
-    if (auto error = models.load()) std::cerr << "skimlet browse: note: " << *error << "; going on without it\n";
+    if (auto error = models.load()) {
+      // A model the user named is wanted; the installed one failing still leaves the rules.
+      if (o.model.source == ModelChoice::Source::file) {
+        std::cerr << "skimlet browse: the model " << o.model.file << " could not be loaded: " << *error << "\n";
+        return 1;
+      }
+      std::cerr << "skimlet browse: note: " << *error << "; going on without it\n";
+    }
   }
 
-  // A page from a file is served from its folder on a loopback address, so that its links are
-  // web links as on a real site (Skimlet opens only http and https links).
-  std::unique_ptr<LocalSite> site;
-  std::string url = o.page;
-  const bool hasScheme = chromium::LiveSession::isUrl(o.page);
-  if (!hasScheme && !std::filesystem::exists(o.page)) {
-    // "example.com/shop" is a site, "pages/shop.html" a file that is not there.
-    const bool looksLikeHost = o.page.find('.') != std::string::npos && o.page.find(' ') == std::string::npos &&
-                               o.page[0] != '/' && o.page[0] != '.' &&
-                               !o.page.ends_with(".html") && !o.page.ends_with(".htm");
-    if (!looksLikeHost) {
-      std::cerr << "skimlet browse: " << o.page << ": no such file\n";
-      return 1;
-    }
-    url = "https://" + o.page;
-  }
+  // A closed terminal must not kill us between reads: the palette sees the hang-up as the end
+  // of its input and the session closes the browser and removes its profile folder.
+  std::signal(SIGHUP, SIG_IGN);
   std::unique_ptr<chromium::LiveSession> session;
+  std::optional<PageSource> page;
   try {
-    if (!hasScheme && std::filesystem::is_regular_file(o.page)) {
-      const auto file = std::filesystem::absolute(o.page);
-      site = std::make_unique<LocalSite>(file.parent_path());
-      url = site->url(file);
-    }
+    page.emplace(o.page);
     chromium::SessionOptions options;
     options.launch.visible = o.visible;
     std::cout << text.dim("Opening Chromium…") << "\n" << std::flush;
-    session = chromium::LiveSession::open(chromium::LiveSession::urlFor(url), settings, options);
+    if (o.visible && !hasDisplay())
+      std::cout << text.dim("No display here, so Chromium runs headless: commands work, but there is no window to "
+                            "watch.")
+                << "\n";
+    session = chromium::LiveSession::open(page->url(), settings, options);
   } catch (const std::exception& e) {
     std::cerr << "skimlet browse: " << e.what() << "\n";
     return 1;

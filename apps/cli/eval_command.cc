@@ -23,19 +23,16 @@ const Command kEval{"eval", std::string("eval intents FILE.tsv ") + modelUsage,
 int evalCommand(const Args& args) {
   if (args.empty()) return usageError(kEval, "what to evaluate: intents");
   if (args[0] != "intents") return usageError(kEval, "unknown evaluation " + args[0]);
-  std::string file, problem;
+  std::string file;
   ModelChoice choice;
-  for (std::size_t i = 1; i < args.size(); ++i) {
-    if (takeModelOption(args, i, choice, problem)) {
-      if (!problem.empty()) return usageError(kEval, problem);
-    } else if (args[i].starts_with("-") && args[i].size() > 1) {
-      return usageError(kEval, "unknown option " + args[i]);
-    } else if (file.empty()) {
-      file = args[i];
-    } else {
-      return usageError(kEval, "one file at a time");
-    }
+  const Args rest(args.begin() + 1, args.end());
+  OptionReader r(rest);
+  while (r.more()) {
+    if (readModelOption(r, choice)) continue;
+    if (auto w = r.word(); w && file.empty()) file = *w;
+    else if (w) r.fail("one file at a time");
   }
+  if (!r.problem().empty()) return usageError(kEval, r.problem());
   if (file.empty()) return usageError(kEval, "no file of commands given");
 
   std::ifstream in(file);
@@ -50,10 +47,12 @@ int evalCommand(const Args& args) {
   Models models(choice);
   if (!models.modelPath().empty()) {
     // Loaded up front, so the first command's time is the model's answer and not the load.
-    if (auto error = models.load())
-      std::cout << "Model " << models.modelPath() << " could not be loaded: " << *error << "\n";
-    else
+    if (auto error = models.load()) {
+      std::cerr << "skimlet eval: the model " << models.modelPath() << " could not be loaded: " << *error << "\n";
+      if (choice.source == ModelChoice::Source::file) return 1;
+    } else {
       std::cout << "Model: " << models.modelPath() << "\n";
+    }
   }
   evaluateIntents(cases, models.ai(), std::cout, [&]() -> std::optional<int> {
     if (auto run = models.lastRun()) return 1 + run->decodeSteps;

@@ -6,6 +6,7 @@
 
 #include "cli.h"
 #include "fixture_session.h"
+#include "options.h"
 #include "outcome_text.h"
 #include "page/crawler.h"
 #include "text/text_util.h"
@@ -36,7 +37,7 @@ std::string describe(const PageElement& e) {
   if (!e.subrole.empty()) line += "/" + e.subrole;
   // Long texts (a paragraph's value) are cut: the tree's shape is what the inspector shows.
   if (std::string label = e.label(); !label.empty()) line += " “" + TextUtil::truncate(label, 80) + "”";
-  line += " " + frameText(e.frame);
+  line.append(" ").append(frameText(e.frame));
   if (!e.actions.empty()) {
     line += " actions=";
     for (std::size_t i = 0; i < e.actions.size(); ++i) line += (i ? "," : "") + e.actions[i];
@@ -47,11 +48,12 @@ std::string describe(const PageElement& e) {
 
 int inspectCommand(const Args& args) {
   std::string fixture;
-  for (std::size_t i = 0; i < args.size(); ++i) {
-    if (args[i] == "--fixture" && i + 1 < args.size() && fixture.empty()) fixture = args[++i];
-    else if (args[i] == "--fixture") return usageError(kInspect, "--fixture needs one file");
-    else return usageError(kInspect, "unexpected argument " + args[i]);
+  OptionReader r(args);
+  while (r.more()) {
+    if (r.value("--fixture", fixture)) continue;
+    if (auto w = r.word()) r.fail("unexpected argument " + *w);
   }
+  if (!r.problem().empty()) return usageError(kInspect, r.problem());
   if (fixture.empty()) return usageError(kInspect, "--fixture FILE is required");
 
   try {

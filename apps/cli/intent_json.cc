@@ -59,6 +59,9 @@ ordered_json intentJson(const std::optional<Intent>& intent) {
         using T = std::decay_t<decltype(i)>;
         if constexpr (std::is_same_v<T, intents::Click> || std::is_same_v<T, intents::OpenLink>) {
           j["target"] = targetJson(i.target);
+        } else if constexpr (std::is_same_v<T, intents::SetChecked>) {
+          j["target"] = targetJson(i.target);
+          j["checked"] = i.on;
         } else if constexpr (std::is_same_v<T, intents::OpenLinks>) {
           j["matching"] = i.matching;
         } else if constexpr (std::is_same_v<T, intents::Ask>) {

@@ -11,7 +11,7 @@ namespace {
 volatile std::sig_atomic_t gInterrupted = 0;
 void onSignal(int) { gInterrupted = 1; }
 
-struct sigaction gPreviousInt, gPreviousTerm;
+struct sigaction gPreviousInt, gPreviousTerm, gPreviousHup;
 
 }  // namespace
 
@@ -22,6 +22,7 @@ InterruptScope::InterruptScope() {
   sigemptyset(&sa.sa_mask);
   sigaction(SIGINT, &sa, &gPreviousInt);
   sigaction(SIGTERM, &sa, &gPreviousTerm);
+  sigaction(SIGHUP, &sa, &gPreviousHup);
   watcher_ = std::jthread([this](std::stop_token done) {
     while (!done.stop_requested()) {
       if (gInterrupted) {
@@ -38,6 +39,7 @@ InterruptScope::~InterruptScope() {
   watcher_.join();
   sigaction(SIGINT, &gPreviousInt, nullptr);
   sigaction(SIGTERM, &gPreviousTerm, nullptr);
+  sigaction(SIGHUP, &gPreviousHup, nullptr);
 }
 
 }  // namespace skimlet::cli

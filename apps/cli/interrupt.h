@@ -7,7 +7,7 @@
 
 namespace skimlet::cli {
 
-// While alive, SIGINT and SIGTERM request a stop on `stopToken()` instead of ending the process;
+// While alive, SIGINT, SIGTERM and SIGHUP (the terminal closed) request a stop on `stopToken()` instead of ending the process;
 // the previous handlers come back afterwards. One at a time.
 class InterruptScope {
  public:

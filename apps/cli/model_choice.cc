@@ -4,23 +4,19 @@
 
 namespace skimlet::cli {
 
-bool takeModelOption(const Args& args, std::size_t& i, ModelChoice& choice, std::string& problem) {
-  const std::string& a = args[i];
-  if (a == "--no-model") {
-    if (choice.source == ModelChoice::Source::file) problem = "--model and --no-model exclude each other";
-    choice.source = ModelChoice::Source::none;
-    choice.file.clear();
-    return true;
+bool readModelOption(OptionReader& r, ModelChoice& choice) {
+  const auto before = choice.source;
+  std::string file;
+  if (r.flag("--no-model")) {
+    choice = ModelChoice{ModelChoice::Source::none, ""};
+  } else if (r.value("--model", file)) {
+    if (!r.problem().empty()) return true;
+    choice = ModelChoice{ModelChoice::Source::file, file};
+  } else {
+    return false;
   }
-  if (a != "--model") return false;
-  // "--model --json" is a forgotten file, not a model named "--json".
-  if (i + 1 >= args.size() || args[i + 1].empty() || args[i + 1].starts_with("--")) {
-    problem = "--model needs a GGUF file";
-    return true;
-  }
-  if (choice.source == ModelChoice::Source::none) problem = "--model and --no-model exclude each other";
-  choice.source = ModelChoice::Source::file;
-  choice.file = args[++i];
+  if (before != ModelChoice::Source::installed && before != choice.source)
+    r.fail("--model and --no-model exclude each other");
   return true;
 }
 

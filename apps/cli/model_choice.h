@@ -2,8 +2,9 @@
 //   (neither)      the installed model, when there is one
 //   --model FILE   that GGUF file instead
 //   --no-model     none: rules, then the fallback and extractive answers
-// A model that fails to load is never fatal: it becomes the facade's last error, the status
-// reads as no usable model, and commands go on without it.
+// The installed model failing to load is not fatal: it becomes the facade's last error, the
+// status reads as no usable model, and commands go on without it. A file the user named is
+// different: the front ends load it first and stop when it cannot be loaded.
 #pragma once
 
 #include <cstddef>
@@ -15,6 +16,7 @@
 #include "ai/own_model.h"
 #include "cli.h"
 #include "llm/local_model_runtime.h"
+#include "options.h"
 
 namespace skimlet::cli {
 
@@ -27,10 +29,9 @@ struct ModelChoice {
 // The usage words for the options, to put in a subcommand's usage line.
 inline constexpr const char* modelUsage = "[--model FILE | --no-model]";
 
-// Reads a model option at args[i]. False when args[i] is not one (nothing changed); true when it
-// was, with `i` moved past its value. `problem` says what is wrong when the option is incomplete
-// or contradicts an earlier one.
-bool takeModelOption(const Args& args, std::size_t& i, ModelChoice& choice, std::string& problem);
+// Takes a model option when it is the reader's next argument; the reader's problem says what is
+// wrong when the option is incomplete or contradicts an earlier one.
+bool readModelOption(OptionReader& r, ModelChoice& choice);
 
 // The models of one run of the tool. Keeps the model (and its runtime) alive for as long as the
 // LocalAI it hands out, and any engine holding a copy of that, is in use.

@@ -1,6 +1,7 @@
 // skimlet model status|download|remove|path: Skimlet's own language model on this machine.
 #include <unistd.h>
 
+#include <atomic>
 #include <chrono>
 #include <cstdio>
 #include <filesystem>
@@ -75,7 +76,8 @@ class ProgressBar {
     if (d.expected > 0) {
       constexpr int width = 30;
       const int filled = static_cast<int>(d.progress * width);
-      line = "[" + std::string(filled, '#') + std::string(width - filled, '.') + "] ";
+      line.assign("[").append(static_cast<std::size_t>(filled), '#').append(static_cast<std::size_t>(width - filled), '.');
+      line.append("] ");
       char pct[16];
       std::snprintf(pct, sizeof pct, "%5.1f%%", d.progress * 100);
       line += pct + std::string("  ") + megabytes(d.received) + " of " + megabytes(d.expected);
@@ -116,10 +118,15 @@ int download(const Args& args) {
   }
 
   ProgressBar bar(::isatty(STDERR_FILENO));
+  std::atomic<int64_t> received{0};
   ModelStore store(options, [&](const ModelStore::State& s) {
-    if (auto* d = std::get_if<ModelStore::Downloading>(&s)) bar.show(*d);
+    if (auto* d = std::get_if<ModelStore::Downloading>(&s)) {
+      received = d->received;
+      bar.show(*d);
+    }
   });
-  std::cerr << "Downloading " << options.url << "\n";
+  const fs::path target = options.directory / ModelFiles::fileName;
+  std::cerr << "Downloading " << options.url << "\n(about 1.1 GB, once) to " << target.string() << "\n";
   InterruptScope interrupt;
   store.download();
   while (std::holds_alternative<ModelStore::Downloading>(store.state())) {
@@ -139,6 +146,13 @@ int download(const Args& args) {
   }
   if (auto* f = std::get_if<ModelStore::Failed>(&end)) {
     std::cerr << "skimlet model download: " << f->message << "\n";
+    // What came, when something did: a small answer is usually a web page (a sign-in or an
+    // error page of a proxy), not the model.
+    if (received > 0 && f->message.find("HTTP") == std::string::npos)
+      std::cerr << "Received " << megabytes(received) << " from " << options.url
+                << "; the model is about 1.1 GB, so the address answered with something else.\n";
+    std::cerr << "To install the model by hand, fetch " << options.url << "\n(about 1.1 GB) on any machine and put it at "
+              << target.string() << "\n";
     return 1;
   }
   std::cout << "Installed " << store.modelPath().string() << "\n";

@@ -1,5 +1,7 @@
 #include "outcome_json.h"
 
+#include "outcome_text.h"
+
 namespace skimlet::cli {
 
 using nlohmann::ordered_json;
@@ -20,9 +22,17 @@ ordered_json optionalText(const std::optional<std::string>& s) { return s ? orde
 ordered_json resultJson(const ActionResult& r) {
   ordered_json items = ordered_json::array();
   for (const auto& item : r.items) items.push_back(item.text);
-  return {{"type", "result"},       {"kind", kindName(r.kind)}, {"headline", r.headline},
-          {"body", optionalText(r.body)}, {"items", items},     {"debug", r.debug},
-          {"copyText", optionalText(r.copyText)}};
+  // Headline and body are light Markdown; scripts that show them elsewhere want them plain.
+  const OutcomeText plain(false);
+  return {{"type", "result"},
+          {"kind", kindName(r.kind)},
+          {"headline", r.headline},
+          {"body", optionalText(r.body)},
+          {"items", items},
+          {"debug", r.debug},
+          {"copyText", optionalText(r.copyText)},
+          {"headlineText", plain.markdown(r.headline)},
+          {"bodyText", r.body ? ordered_json(plain.markdown(*r.body)) : ordered_json(nullptr)}};
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include "cli.h"
 #include "intent/intent_parser.h"
 #include "intent_json.h"
+#include "options.h"
 
 namespace skimlet::cli {
 namespace {
@@ -16,18 +17,15 @@ const Command kParse{"parse", "parse [--json] COMMAND",
 
 int parseCommand(const Args& args) {
   bool json = false;
-  std::vector<std::string> words;
-  bool optionsDone = false;
-  for (const auto& a : args) {
-    if (!optionsDone && a == "--json") json = true;
-    else if (!optionsDone && a == "--") optionsDone = true;
-    else if (!optionsDone && a.size() > 1 && a[0] == '-' && words.empty()) return usageError(kParse, "unknown option " + a);
-    else words.push_back(a);
-  }
-  if (words.empty()) return usageError(kParse, "no command given");
-  // Several words are one command, so the quotes around it can be left off.
   std::string command;
-  for (const auto& w : words) command += (command.empty() ? "" : " ") + w;
+  OptionReader r(args);
+  while (r.more()) {
+    if (r.flag("--json")) json = true;
+    // Several words are one command, so the quotes around it can be left off.
+    else if (auto w = r.word()) command += (command.empty() ? "" : " ") + *w;
+  }
+  if (!r.problem().empty()) return usageError(kParse, r.problem());
+  if (command.empty()) return usageError(kParse, "no command given");
 
   auto intent = IntentParser::parse(command);
   if (json) std::cout << intentJson(intent).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) << "\n";

@@ -5,6 +5,7 @@
 #include "cli.h"
 #include "engine/profile.h"
 #include "platform/json_settings.h"
+#include "text/text_util.h"
 
 namespace skimlet::cli {
 namespace {
@@ -57,6 +58,11 @@ int profileCommand(const Args& args) {
     // Several words are one value, so "profile set name Ada Lovelace" needs no quotes.
     std::string value;
     for (std::size_t i = 2; i < args.size(); ++i) value += (i > 2 ? " " : "") + args[i];
+    const std::string trimmed = TextUtil::clean(value);
+    if (std::string problem = Profile::problemWith(*field, trimmed); !trimmed.empty() && !problem.empty()) {
+      std::cerr << "skimlet profile: " << args[1] << ": " << problem << "; nothing saved\n";
+      return 1;
+    }
     settings.setString(Profile::key(*field), value);
     if (Profile::value(settings, *field).empty()) {
       // Only white space: the same as nothing saved, so leave nothing behind.

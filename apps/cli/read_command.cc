@@ -5,6 +5,7 @@
 #include "cli.h"
 #include "engine/action_engine.h"
 #include "fixture_session.h"
+#include "options.h"
 #include "outcome_text.h"
 
 namespace skimlet::cli {
@@ -17,11 +18,12 @@ const Command kRead{"read", "read --fixture FILE", "Prints a recorded page as te
 
 int readCommand(const Args& args) {
   std::string fixture;
-  for (std::size_t i = 0; i < args.size(); ++i) {
-    if (args[i] == "--fixture" && i + 1 < args.size() && fixture.empty()) fixture = args[++i];
-    else if (args[i] == "--fixture") return usageError(kRead, "--fixture needs one file");
-    else return usageError(kRead, "unexpected argument " + args[i]);
+  OptionReader r(args);
+  while (r.more()) {
+    if (r.value("--fixture", fixture)) continue;
+    if (auto w = r.word()) r.fail("unexpected argument " + *w);
   }
+  if (!r.problem().empty()) return usageError(kRead, r.problem());
   if (fixture.empty()) return usageError(kRead, "--fixture FILE is required");
 
   try {

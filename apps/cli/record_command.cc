@@ -4,6 +4,8 @@
 #include <iostream>
 
 #include "cli.h"
+#include "options.h"
+#include "page_argument.h"
 
 #if !defined(__APPLE__)
 #include "backends/chromium/live_session.h"
@@ -16,33 +18,25 @@ namespace {
 
 int recordCommand(const Args& args);
 
-const Command kRecord{"record", "record [--max-nodes N] URL",
-                      "Prints a live page (URL or file) as a recording for `run --fixture`.", recordCommand};
+const Command kRecord{"record", "record [--max-nodes N] PAGE",
+                      "Prints a live page (address, host or file) as a recording for `run --fixture`.",
+                      recordCommand};
 
 int recordCommand(const Args& args) {
 #if defined(__APPLE__)
   std::cerr << "skimlet record: recording needs the Chromium backend, which this build does not have\n";
   return 1;
 #else
-  std::string url;
+  std::string pageArgument;
   chromium::RecordLimits limits;
-  for (std::size_t i = 0; i < args.size(); ++i) {
-    if (args[i] == "--max-nodes" && i + 1 < args.size()) {
-      try {
-        limits.maxNodes = std::stoi(args[++i]);
-      } catch (...) {
-        return usageError(kRecord, "--max-nodes needs a number");
-      }
-      if (limits.maxNodes <= 0) return usageError(kRecord, "--max-nodes needs a positive number");
-    } else if (!args[i].empty() && args[i][0] == '-') {
-      return usageError(kRecord, "unknown option " + args[i]);
-    } else if (url.empty()) {
-      url = args[i];
-    } else {
-      return usageError(kRecord, "one URL at a time");
-    }
+  OptionReader r(args);
+  while (r.more()) {
+    if (r.number("--max-nodes", limits.maxNodes)) continue;
+    if (auto w = r.word(); w && pageArgument.empty()) pageArgument = *w;
+    else if (w) r.fail("one page at a time");
   }
-  if (url.empty()) return usageError(kRecord, "no URL given");
+  if (!r.problem().empty()) return usageError(kRecord, r.problem());
+  if (pageArgument.empty()) return usageError(kRecord, "no page given");
   if (!chromium::LiveSession::available()) {
     std::cerr << "skimlet record: " << chromium::LiveSession::kMissing << "\n";
     return 1;
@@ -50,7 +44,8 @@ int recordCommand(const Args& args) {
   try {
     // A throwaway settings file: recording must not read or change the user's profile.
     JsonSettings settings("");
-    auto session = chromium::LiveSession::open(url, settings);
+    PageSource page(pageArgument);
+    auto session = chromium::LiveSession::open(page.url(), settings);
     auto recording = chromium::recordApplication(session->ax(), session->app(), true, limits);
     session->close();
     if (recording.is_null()) {

@@ -1,19 +1,18 @@
-// skimlet run --fixture FILE [--json] [--confirm] [--pick N] [--profile KEY=VALUE]...
-//             [--model FILE | --no-model] COMMAND
-// skimlet run --url URL [same options] COMMAND...
-// skimlet run --desktop [same options] COMMAND...
+// skimlet run --fixture FILE | --url PAGE | --desktop [--json] [--confirm] [--pick N]
+//             [--profile KEY=VALUE]... [--keep-going] [--model FILE | --no-model] COMMAND...
 //
-// One command against a recorded page, as the palette runs it on Return: understood by the
-// rules, then the local model (the installed one, the file given, or none), then the fallback;
-// carried out by a fresh engine; and followed up with --confirm and --pick as its outcomes ask.
-// With --url, the page is opened in a fresh headless Chromium instead and each argument is a
-// command of its own, run one after another on the live page, each with a fresh engine and the
-// same --confirm and --pick answers. Prints the outcomes and what was done to the page, readably
-// or as the JSON object scripts rely on (with --url, also the browser's state afterwards). With
-// --desktop the commands act on the browser in front on the user's own desktop.
+// Commands against a recorded page, a live one or the browser in front on the user's desktop,
+// each as the palette runs it on Return: understood by the rules, then the local model (the
+// installed one, the file given, or none), then the fallback; carried out by a fresh engine; and
+// followed up with --confirm and --pick as its outcomes ask. Every page takes the command words
+// the same way (see commandsFrom). A run stops at the first command that fails or is left
+// waiting for an answer, unless --keep-going; the exit status says which (see kRun's details).
+// Prints the outcomes and what was done to the page, readably or as the JSON object scripts rely
+// on (on a live page, also the browser's state afterwards).
 #include <unistd.h>
 
 #include <deque>
+#include <functional>
 #include <iostream>
 #include <memory>
 
@@ -30,6 +29,10 @@
 #include "engine/understand.h"
 #include "fixture_session.h"
 #include "model_choice.h"
+#include "options.h"
+#include "page_argument.h"
+#include "intent_json.h"
+#include "palette/palette_view_model.h"
 #include "outcome_json.h"
 #include "outcome_text.h"
 #include "platform/json_settings.h"
@@ -40,82 +43,82 @@ namespace {
 
 int runCommand(const Args& args);
 
-const Command kRun{"run",
-                   std::string("run --fixture FILE | --url URL | --desktop [--json] [--confirm] [--pick N] [--profile KEY=VALUE]... ") +
-                       modelUsage + " COMMAND...",
-                   "Runs a command on a recorded page (or commands on a live one) and shows what it did "
-                   "(exit status 1 when it failed).",
-                   runCommand};
+// What scripts may rely on besides the JSON: the exit statuses.
+constexpr int kFailed = 1;
+constexpr int kNeedsInput = 3;
+
+const Command kRun{
+    "run",
+    std::string("run --fixture FILE | --url PAGE | --desktop [--json] [--confirm] [--pick N] "
+                "[--profile KEY=VALUE]... [--keep-going] ") +
+        modelUsage + " COMMAND...",
+    "Runs commands on a recorded page, a live one or the desktop's browser and shows what they did.", runCommand,
+    "The words of one command need no quotes: `run --fixture page.json click sign in`. To run several\n"
+    "commands, quote each: `run --url example.com 'click sign in' 'type hi into the search box'`.\n"
+    "PAGE is an address, a host (opened over https) or a local file (served from its folder).\n"
+    "--confirm accepts a confirmation, --pick N picks option N of a choice; each answers one question.\n"
+    "\n"
+    "Exit status: 0 every command was done; 1 a command failed; 2 the arguments are wrong;\n"
+    "3 a command needs input (a confirmation without --confirm, a choice without --pick).\n"
+    "The run stops at the first command that fails or needs input unless --keep-going is given."};
 
 struct RunOptions {
   std::string fixture;
   std::string url;
   bool desktop = false;  // the user's own browser in front on the desktop
   bool json = false;
+  bool keepGoing = false;
   int confirms = 0;        // how many confirmations to accept
   std::deque<int> picks;   // the options to pick, in order, counting from 1
   std::vector<std::pair<ProfileField, std::string>> profile;
   ModelChoice model;
-  std::string command;                // a recorded page: all the words are one command
-  std::vector<std::string> commands;  // a live page: one command an argument
+  std::vector<std::string> commands;
 };
+
+// The command words, the same for a recorded page and a live one. Words that the shell split
+// (none holds a space) are one command, so `run … click sign in` needs no quotes; once any
+// argument holds a space, the user quoted commands, and each argument is one command.
+std::vector<std::string> commandsFrom(const std::vector<std::string>& words) {
+  bool quoted = false;
+  for (const auto& w : words) quoted = quoted || w.find_first_of(" \t") != std::string::npos;
+  if (quoted || words.empty()) return words;
+  std::string joined;
+  for (const auto& w : words) joined += (joined.empty() ? "" : " ") + w;
+  return {joined};
+}
 
 // Empty when the arguments are fine, else what is wrong with them.
 std::string parseOptions(const Args& args, RunOptions& o) {
-  bool optionsDone = false;
-  std::string problem;
-  for (std::size_t i = 0; i < args.size(); ++i) {
-    const std::string& a = args[i];
-    auto next = [&]() -> const std::string* { return i + 1 < args.size() ? &args[++i] : nullptr; };
-    // Options may come before or after the command's words; after "--" everything is words.
-    // Several words are one command, so the quotes around it can be left off.
-    if (optionsDone || a.size() < 2 || a[0] != '-') {
-      o.command += (o.command.empty() ? "" : " ") + a;
-      o.commands.push_back(a);
-    } else if (a == "--") {
-      optionsDone = true;
-    } else if (takeModelOption(args, i, o.model, problem)) {
-      if (!problem.empty()) return problem;
-    } else if (a == "--json") {
+  OptionReader r(args);
+  std::vector<std::string> words;
+  std::string pick, profile;
+  while (r.more()) {
+    int n = 0;
+    if (r.flag("--json")) {
       o.json = true;
-    } else if (a == "--desktop") {
+    } else if (r.flag("--desktop")) {
       o.desktop = true;
-    } else if (a == "--confirm") {
+    } else if (r.flag("--confirm")) {
       ++o.confirms;
-    } else if (a == "--fixture") {
-      const std::string* file = next();
-      if (!file) return "--fixture needs a file";
-      o.fixture = *file;
-    } else if (a == "--url") {
-      const std::string* url = next();
-      if (!url) return "--url needs a URL";
-      o.url = *url;
-    } else if (a == "--pick") {
-      const std::string* n = next();
-      int value = 0;
-      try {
-        std::size_t used = 0;
-        value = n ? std::stoi(*n, &used) : 0;
-        if (n && used != n->size()) value = 0;
-      } catch (...) {
-      }
-      if (value < 1) return "--pick needs an option number counting from 1";
-      o.picks.push_back(value);
-    } else if (a == "--profile") {
-      const std::string* kv = next();
-      auto eq = kv ? kv->find('=') : std::string::npos;
-      auto field = eq == std::string::npos ? std::nullopt : profileFieldFromRaw(kv->substr(0, eq));
-      if (!field) return "--profile needs name=VALUE, email=VALUE or phone=VALUE";
-      o.profile.emplace_back(*field, kv->substr(eq + 1));
-    } else if (o.command.empty()) {
-      return "unknown option " + a;
-    } else {
-      o.command += " " + a;  // "-" words inside a command, e.g. "type -5"
-      o.commands.back() += " " + a;
+    } else if (r.flag("--keep-going")) {
+      o.keepGoing = true;
+    } else if (r.value("--fixture", o.fixture) || r.value("--url", o.url) || readModelOption(r, o.model)) {
+    } else if (r.number("--pick", n)) {
+      o.picks.push_back(n);
+    } else if (r.value("--profile", profile)) {
+      auto eq = profile.find('=');
+      auto field = eq == std::string::npos ? std::nullopt : profileFieldFromRaw(profile.substr(0, eq));
+      if (!field) r.fail("--profile needs name=VALUE, email=VALUE or phone=VALUE");
+      else o.profile.emplace_back(*field, profile.substr(eq + 1));
+    } else if (auto w = r.word()) {
+      words.push_back(*w);
     }
   }
-  if (!o.fixture.empty() + !o.url.empty() + o.desktop != 1) return "give one of --fixture FILE, --url URL or --desktop";
-  if (o.command.empty()) return "no command given";
+  if (!r.problem().empty()) return r.problem();
+  if (!o.fixture.empty() + !o.url.empty() + o.desktop != 1) return "give one of --fixture FILE, --url PAGE or --desktop";
+  for (const auto& w : commandsFrom(words))
+    if (!TextUtil::split(w).empty()) o.commands.push_back(w);
+  if (o.commands.empty()) return "no command given";
   return "";
 }
 
@@ -150,28 +153,58 @@ std::optional<Outcome> followUp(const Outcome& outcome, RunOptions& o, std::stri
   return std::nullopt;
 }
 
+// How a command ended: done, failed, or left waiting for an answer the run did not give.
+enum class Ending { done, failed, needsInput };
+
+std::string_view endingName(Ending e) {
+  switch (e) {
+    case Ending::done: return "done";
+    case Ending::failed: return "failed";
+    case Ending::needsInput: return "needsInput";
+  }
+  return "done";
+}
+
+Ending endingOf(const Outcome& last) {
+  if (const ActionResult* r = last.result()) return r->kind == ActionResult::Kind::failure ? Ending::failed : Ending::done;
+  return Ending::needsInput;
+}
+
 // What one run printed and how it ended, whichever page it ran on.
 struct Ran {
-  std::vector<std::string> titles;   // the intent of each command
-  std::vector<Outcome> outcomes;     // every command's outcomes in order
-  bool failed = false;               // a command's last outcome was a failure
-  std::string problem;               // a --pick that did not fit
+  std::vector<std::string> titles;     // the intent of each command
+  nlohmann::ordered_json commands = nlohmann::ordered_json::array();  // each command as scripts see it
+  std::vector<Outcome> outcomes;       // every command's outcomes in order
+  Ending ending = Ending::done;         // the first command that did not end done decides
+  std::string problem;                 // a --pick that did not fit
+
+  void add(Ending e) {
+    if (ending == Ending::done) ending = e;
+  }
 };
 
 // Understands and carries out one command on `target` with a fresh engine, with its follow-ups.
-// False when the command was empty.
-bool runOne(const std::string& command, const BrowserTarget& target, const Platform& platform, const LocalAI& ai,
-            RunOptions answers, Ran& ran, const OutcomeText* text) {
+Ending runOne(const std::string& command, const BrowserTarget& target, const Platform& platform, const LocalAI& ai,
+              RunOptions answers, Ran& ran, const OutcomeText* text) {
   auto understood = understand(command, ai);
-  if (!understood) return false;
+  if (!understood) return Ending::done;  // blank commands were dropped with the options
   auto engine = ActionEngine::create(target, platform, ai);
   std::vector<Outcome> outcomes{engine->run(understood->intent)};
   while (auto next = followUp(outcomes.back(), answers, ran.problem)) outcomes.push_back(std::move(*next));
   // Text that went into a password field is masked wherever the command's words are repeated.
   const std::vector<std::string>& secrets = engine->secrets();
   ran.titles.push_back(Secrets::mask(title(understood->intent), secrets));
-  const ActionResult* last = outcomes.back().result();
-  ran.failed = ran.failed || (last && last->kind == ActionResult::Kind::failure);
+  const Ending ending = ran.problem.empty() ? endingOf(outcomes.back()) : Ending::failed;
+  ran.add(ending);
+  nlohmann::ordered_json parsed = intentJson(understood->intent);
+  for (const char* key : {"title", "text"})
+    if (parsed.contains(key) && parsed[key].is_string()) parsed[key] = Secrets::mask(parsed[key].get<std::string>(), secrets);
+  nlohmann::ordered_json entry = {{"command", Secrets::mask(command, secrets)},
+                                  {"understoodBy", std::string(stageName(understood->stage))},
+                                  {"intent", std::move(parsed)},
+                                  {"outcomes", outcomes.size()},
+                                  {"status", std::string(endingName(ending))}};
+  ran.commands.push_back(std::move(entry));
   if (text) {
     if (understood->stage != Understanding::Stage::rules)
       std::cout << text->dim("Understood by the " + std::string(stageName(understood->stage)) + ": " + ran.titles.back())
@@ -185,42 +218,104 @@ bool runOne(const std::string& command, const BrowserTarget& target, const Platf
   if (answers.confirms > 0 || !answers.picks.empty())
     std::cerr << "skimlet run: note: “" << Secrets::mask(command, secrets) << "” asked for no further "
               << (answers.confirms > 0 ? "confirmation" : "choice") << "; extra --confirm/--pick ignored\n";
-  return true;
+  return ending;
+}
+
+// Runs the commands in order, stopping at the first that did not end done unless told to go on.
+void runAll(const RunOptions& o, const BrowserTarget& target, const Platform& platform, const LocalAI& ai,
+            const std::function<void()>& settle, Ran& ran, const OutcomeText& text) {
+  for (std::size_t i = 0; i < o.commands.size(); ++i) {
+    if (!o.json && o.commands.size() > 1)
+      std::cout << (i ? "\n" : "") << text.markdown("**› " + TextUtil::md(o.commands[i]) + "**") << "\n";
+    const Ending e = runOne(o.commands[i], target, platform, ai, o, ran, o.json ? nullptr : &text);
+    settle();
+    if (!ran.problem.empty()) break;
+    if (e != Ending::done && !o.keepGoing) {
+      if (i + 1 < o.commands.size())
+        std::cerr << "skimlet run: stopped after “" << ran.commands.back()["command"].get<std::string>() << "” ("
+                  << (e == Ending::failed ? "it failed" : "it needs input") << "); --keep-going runs the rest\n";
+      break;
+    }
+  }
+}
+
+// The keys added to the contract's {"intent", "outcomes", "events"}: each command with its
+// parsed intent and how it ended, and the run's own ending.
+nlohmann::ordered_json runJsonOf(const Ran& ran, const std::vector<Event>& events) {
+  auto json = runJson(ran.titles.empty() ? std::string() : ran.titles.back(), ran.outcomes, events);
+  json["intents"] = ran.titles;
+  json["commands"] = ran.commands;
+  json["status"] = std::string(endingName(ran.ending));
+  return json;
 }
 
 // The end of a run: the model's load failure said once, a misfit --pick, the exit status.
 int finish(const Ran& ran, const Models& models) {
-  // The model is loaded at its first request; a file that failed is worth saying once, since
-  // the run went on with the rules and extractive answers alone.
+  // The installed model is loaded at its first request; a file that failed is worth saying
+  // once, since the run went on with the rules and extractive answers alone.
   if (auto error = models.ai().lastError())
     std::cerr << "skimlet run: note: the model " << models.modelPath() << " could not be loaded (" << *error
               << "); went on without it\n";
   if (!ran.problem.empty()) {
     std::cerr << "skimlet run: " << ran.problem << "\n";
-    return 1;
+    return kFailed;
   }
-  return ran.failed ? 1 : 0;
+  switch (ran.ending) {
+    case Ending::done: return 0;
+    case Ending::failed: return kFailed;
+    case Ending::needsInput: return kNeedsInput;
+  }
+  return 0;
+}
+
+// A model the user named must load; the installed one may fail and the run goes on without it.
+bool namedModelLoads(const RunOptions& o, Models& models) {
+  if (o.model.source != ModelChoice::Source::file) return true;
+  if (auto error = models.load()) {
+    std::cerr << "skimlet run: the model " << o.model.file << " could not be loaded: " << *error << "\n";
+    return false;
+  }
+  return true;
+}
+
+// A recording of an application that is not a supported browser answers as the palette does
+// on a desktop with no browser in front.
+int runWithoutBrowser(const RunOptions& o) {
+  const Outcome outcome(PaletteViewModel::noBrowserResult());
+  if (o.json) {
+    auto json = runJson("", {outcome}, {});
+    json["intents"] = nlohmann::ordered_json::array();
+    json["commands"] = nlohmann::ordered_json::array();
+    json["status"] = std::string(endingName(Ending::failed));
+    std::cout << jsonLine(json) << "\n";
+  } else {
+    OutcomeText(::isatty(STDOUT_FILENO)).print(std::cout, outcome);
+  }
+  return kFailed;
 }
 
 int runOnFixture(RunOptions& o) {
   std::optional<FixtureSession> session;
   try {
     session.emplace(o.fixture);
-  } catch (const std::exception& e) {  // RecordingError or FixtureError: both say where
+  } catch (const FixtureError&) {
+    return runWithoutBrowser(o);
+  } catch (const std::exception& e) {  // RecordingError: says where
     std::cerr << "skimlet run: " << e.what() << "\n";
-    return 1;
+    return kFailed;
   }
   applyProfile(session->platform().settings, o);
 
   Models models(o.model);
+  if (!namedModelLoads(o, models)) return kFailed;
   const OutcomeText text(::isatty(STDOUT_FILENO));
   Ran ran;
-  if (!runOne(o.command, session->target(), session->platform(), models.ai(), o, ran, o.json ? nullptr : &text))
-    return usageError(kRun, "no command given");
-  session->backend().runLoop().runPending();  // deliver anything the engine posted
+  // Deliver anything the engine posted before the next command reads the page.
+  runAll(o, session->target(), session->platform(), models.ai(), [&] { session->backend().runLoop().runPending(); },
+         ran, text);
 
   if (o.json) {
-    std::cout << jsonLine(runJson(ran.titles.back(), ran.outcomes, session->backend().events())) << "\n";
+    std::cout << jsonLine(runJsonOf(ran, session->backend().events())) << "\n";
   } else if (auto events = session->backend().events(); !events.empty()) {
     std::cout << "\n";
     text.printEvents(std::cout, events);
@@ -240,38 +335,33 @@ int runOnUrl(RunOptions& o) {
   MemorySettings settings;
   applyProfile(settings, o);
   Models models(o.model);
+  if (!namedModelLoads(o, models)) return kFailed;
   std::unique_ptr<chromium::LiveSession> session;
+  std::optional<PageSource> page;
   try {
-    session = chromium::LiveSession::open(chromium::LiveSession::urlFor(o.url), settings);
+    page.emplace(o.url);
+    session = chromium::LiveSession::open(page->url(), settings);
   } catch (const std::exception& e) {
     std::cerr << "skimlet run: " << e.what() << "\n";
     return 1;
   }
   const auto target = session->target();
-  if (!target) {
-    std::cerr << "skimlet run: the browser is not one Skimlet supports\n";
-    return 1;
-  }
+  if (!target) return runWithoutBrowser(o);
   const OutcomeText text(::isatty(STDOUT_FILENO));
   Ran ran;
-  for (std::size_t i = 0; i < o.commands.size(); ++i) {
-    if (!o.json) std::cout << (i ? "\n" : "") << text.markdown("**› " + TextUtil::md(o.commands[i]) + "**") << "\n";
-    runOne(o.commands[i], *target, session->platform(), models.ai(), o, ran, o.json ? nullptr : &text);
-    session->runLoop().runPending();
-    if (!ran.problem.empty()) break;
-  }
-  const auto page = session->pageState();
+  runAll(o, *target, session->platform(), models.ai(), [&] { session->runLoop().runPending(); }, ran, text);
+  const auto state = session->pageState();
   if (o.json) {
-    auto json = runJson(ran.titles.empty() ? std::string() : ran.titles.back(), ran.outcomes, session->events());
-    json["intents"] = ran.titles;
-    json["page"] = chromium::toJson(page);
+    auto json = runJsonOf(ran, session->events());
+    json["page"] = chromium::toJson(state);
     std::cout << jsonLine(json) << "\n";
   } else {
     if (auto events = session->events(); !events.empty()) {
       std::cout << "\n";
       text.printEvents(std::cout, events);
     }
-    std::cout << text.dim("Page: " + page.url + " — " + std::to_string(page.tabs) + (page.tabs == 1 ? " tab" : " tabs"))
+    std::cout << text.dim("Page: " + state.url + " — " + std::to_string(state.tabs) +
+                          (state.tabs == 1 ? " tab" : " tabs"))
               << "\n";
   }
   session->close();
@@ -289,18 +379,13 @@ int runOnDesktop(RunOptions& o) {
   auto desktop = openDesktopBrowser(settings, "run");
   if (!desktop) return 1;
   Models models(o.model);
+  if (!namedModelLoads(o, models)) return kFailed;
   const OutcomeText text(::isatty(STDOUT_FILENO));
   Ran ran;
-  for (std::size_t i = 0; i < o.commands.size(); ++i) {
-    if (!o.json) std::cout << (i ? "\n" : "") << text.markdown("**› " + TextUtil::md(o.commands[i]) + "**") << "\n";
-    runOne(o.commands[i], desktop->target, desktop->session->platform(), models.ai(), o, ran,
-           o.json ? nullptr : &text);
-    desktop->session->runLoop().runPending();
-    if (!ran.problem.empty()) break;
-  }
+  runAll(o, desktop->target, desktop->session->platform(), models.ai(), [&] { desktop->session->runLoop().runPending(); },
+         ran, text);
   if (o.json) {
-    auto json = runJson(ran.titles.empty() ? std::string() : ran.titles.back(), ran.outcomes, {});
-    json["intents"] = ran.titles;
+    auto json = runJsonOf(ran, {});
     json["browser"] = desktop->target.browserName();
     std::cout << jsonLine(json) << "\n";
   }

@@ -98,6 +98,7 @@ Outcome ActionEngine::run(const Intent& intent, std::stop_token stop) {
   if (std::holds_alternative<intents::Read>(intent)) return read(*snap, std::move(dbg));
   if (std::holds_alternative<intents::Summarize>(intent)) return summarize(*snap, std::move(dbg));
   if (std::holds_alternative<intents::CopyArticle>(intent)) return copyArticle(*snap, std::move(dbg));
+  if (auto* c = std::get_if<intents::SetChecked>(&intent)) return setChecked(c->target, c->on, *snap, std::move(dbg));
   ActionResult r = ActionResult::failure("Unsupported command", std::nullopt, std::move(dbg));
   return r;
 }

@@ -114,6 +114,16 @@ class ActionEngine : public std::enable_shared_from_this<ActionEngine> {
                       const PageSnapshot& snap, std::vector<std::string> dbg);
   ActionResult write(const std::string& text, const ax::ElementRef& into, bool replace, bool secure,
                      const std::string& name, std::vector<std::string> dbg);
+  // form_flow.cc: check boxes, drop-down lists, number steppers and sliders.
+  Outcome setChecked(const TargetSpec& target, bool on, const PageSnapshot& snap, std::vector<std::string> dbg);
+  // Sets the value of the control best named by `target` (only drop-down lists with
+  // `listsOnly`); none when no such control has a matching label.
+  std::optional<Outcome> setControl(const std::string& value, const TargetSpec& target, const PageSnapshot& snap,
+                                    std::vector<std::string>& dbg, bool listsOnly = false);
+  // Controls set through their value rather than typed into.
+  static bool isValueControl(const PageElement& element);
+  // Whether a check box or radio button is ticked; none for other elements.
+  static std::optional<bool> isTicked(const PageElement& element);
   // navigate_flow.cc
   Outcome navigate(const NavAction& action, std::vector<std::string> dbg);
   std::optional<PageElement> chromeButton(const std::vector<std::string>& names, const PageSnapshot& snap);

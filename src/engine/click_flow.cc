@@ -31,6 +31,25 @@ std::string dedupKey(const Match& m) {
   return TextUtil::norm(m.element.label()) + "|" + std::to_string(static_cast<long long>(std::trunc(f.x / 4))) + "|" +
          std::to_string(static_cast<long long>(std::trunc(f.y / 4)));
 }
+// "Large from size" → {"Large", "size"}; the last " from " or " in " splits, and a trailing
+// "list", "menu" or "drop-down" names the kind, not the list.
+std::optional<std::pair<std::string, std::string>> optionAndList(const std::string& query) {
+  const std::string lowered = TextUtil::lower(query);
+  std::size_t at = std::string::npos, width = 0;
+  for (std::string_view word : {" from ", " in "}) {
+    auto p = lowered.rfind(word);
+    if (p != std::string::npos && (at == std::string::npos || p > at)) at = p, width = word.size();
+  }
+  if (at == std::string::npos || at == 0) return std::nullopt;
+  std::vector<std::string> words = TextUtil::split(query.substr(at + width));
+  if (!words.empty() && TextUtil::lower(words.front()) == "the") words.erase(words.begin());
+  for (std::string_view kind : {"list", "menu", "dropdown", "drop-down"})
+    if (words.size() > 1 && TextUtil::lower(words.back()) == kind) words.pop_back();
+  std::string list;
+  for (const auto& w : words) list += (list.empty() ? "" : " ") + w;
+  if (list.empty()) return std::nullopt;
+  return std::pair{query.substr(0, at), list};
+}
 }  // namespace
 
 Outcome ActionEngine::clickFlow(const TargetSpec& target, MatchPurpose purpose, const PageSnapshot& snap,
@@ -99,6 +118,14 @@ Outcome ActionEngine::clickFlow(const TargetSpec& target, MatchPurpose purpose, 
     ChoiceSet choice{"Which one do you mean?", {}};
     for (const Match* m : rivals) choice.options.push_back(describe(*m, snap));
     return choice;
+  }
+
+  // "choose Large from size", "select Express in the delivery list": an option of a drop-down
+  // list, whose options are not on the page until it opens.
+  if (auto split = optionAndList(target.query)) {
+    TargetSpec list = target;
+    list.query = split->second;
+    if (auto chosen = setControl(split->first, list, snap, dbg, true)) return std::move(*chosen);
   }
 
   // Nothing matched the words: let the model look over what can be pressed.

@@ -25,18 +25,28 @@ bool isToggleOrTab(const PageElement& e) {
   return e.role == "AXCheckBox" || e.role == "AXRadioButton" || e.role == "AXSwitch" || e.role == "AXTab";
 }
 
+// "What fields are on this page?" means the whole form: text fields, and the number steppers,
+// drop-down lists and check boxes beside them.
+bool listed(const PageElement& e, RoleHint role) {
+  if (role == RoleHint::field)
+    return ElementMatcher::fits(e, role) || ActionEngine::isValueControl(e) || ActionEngine::isTicked(e).has_value();
+  return ElementMatcher::fits(e, role);
+}
+
 // What a list line says about one control: its state where it has one, and its kind when the
 // list mixes kinds.
 std::string itemText(const PageElement& e, const std::string& name, RoleHint role) {
   std::string text = name;
-  if (e.role == "AXCheckBox" || e.role == "AXRadioButton") {
-    std::string v = TextUtil::norm(e.value);
-    text = (v == "1" || v == "true" ? "☑ " : "☐ ") + text;
-  } else if (ElementMatcher::fits(e, RoleHint::field) && e.subrole != "AXSecureTextField") {
+  if (auto ticked = ActionEngine::isTicked(e)) {
+    text = (*ticked ? "☑ " : "☐ ") + text;
+  } else if ((ElementMatcher::fits(e, RoleHint::field) || ActionEngine::isValueControl(e)) &&
+             e.subrole != "AXSecureTextField") {
     if (std::string v = TextUtil::clean(e.value); !v.empty()) text += ": " + v;
   }
   text = TextUtil::truncate(text, itemChars);
   if (role == RoleHint::any) text += " · " + ActionEngine::roleName(e.role);
+  else if (role == RoleHint::field && e.role == "AXPopUpButton") text += " · drop-down list";
+  else if (role == RoleHint::field && e.role == "AXIncrementor") text += " · number";
   if (!e.enabled) text += " (disabled)";
   return text;
 }
@@ -52,7 +62,7 @@ Outcome ActionEngine::list(RoleHint role, const PageSnapshot& snap, std::vector<
   std::unordered_map<int, const std::string*> lineText;
   for (const auto& line : snap.lines) lineText.emplace(line.elementID, &line.text);
   for (const auto& e : snap.elements) {
-    if (!e.frame || !e.frame->hasArea() || e.role == "AXWebArea" || !ElementMatcher::fits(e, role)) continue;
+    if (!e.frame || !e.frame->hasArea() || e.role == "AXWebArea" || !listed(e, role)) continue;
     if (role == RoleHint::any && !ElementMatcher::canPress(e) && !ElementMatcher::fits(e, RoleHint::field)) continue;
     if (role == RoleHint::button && isToggleOrTab(e)) continue;
     std::string name = e.label();

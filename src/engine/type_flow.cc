@@ -46,6 +46,10 @@ Outcome ActionEngine::chooseField(const std::string& text, const std::optional<T
   if (!field) spec.role = RoleHint::field;
   auto found = ElementMatcher::matches(spec, snap.elements, MatchPurpose::field);
   const std::vector<Match>& candidates = found.matches;
+  // "set quantity to 3", "set size to Large": no text field by that name, but a number stepper
+  // or a drop-down list is set the same way.
+  if (candidates.empty() && field && !field->query.empty())
+    if (auto set = setControl(text, *field, snap, dbg)) return std::move(*set);
   if (candidates.empty())
     return ActionResult::failure("Couldn't find that field",
                                  "Ask “What fields are on this page?” to see what's available.", std::move(dbg));

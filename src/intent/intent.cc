@@ -148,14 +148,16 @@ std::string title(const Intent& intent) {
           [](const intents::Read&) { return std::string("Read page"); },
           [](const intents::Summarize&) { return std::string("Summarize page"); },
           [](const intents::CopyArticle&) { return std::string("Copy page text"); },
+          [](const intents::SetChecked& c) { return (c.on ? "Tick " : "Untick ") + c.target.summary(); },
       },
       intent);
 }
 
 std::string_view caseName(const Intent& intent) {
-  static constexpr std::array<std::string_view, 16> names = {
-      "click", "openLink", "openLinks", "ask",      "find", "findAll", "scroll",    "type",
-      "fillProfile", "key", "navigate", "list", "openArticle", "read", "summarize", "copyArticle"};
+  static constexpr std::array<std::string_view, 17> names = {
+      "click",       "openLink", "openLinks", "ask",  "find",        "findAll", "scroll",
+      "type",        "fillProfile", "key",    "navigate", "list",  "openArticle", "read",
+      "summarize",   "copyArticle", "setChecked"};
   return names[intent.index()];
 }
 

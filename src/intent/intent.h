@@ -74,17 +74,24 @@ struct OpenArticle { bool operator==(const OpenArticle&) const = default; };
 struct Read { bool operator==(const Read&) const = default; };
 struct Summarize { bool operator==(const Summarize&) const = default; };
 struct CopyArticle { bool operator==(const CopyArticle&) const = default; };
+// "tick remember me", "uncheck the newsletter box": a check box brought to a state, which a
+// click (a toggle) cannot promise.
+struct SetChecked {
+  TargetSpec target;
+  bool on = true;
+  bool operator==(const SetChecked&) const = default;
+};
 }  // namespace intents
 
 // The cases in their fixed order; the variant index is the case index.
 using Intent = std::variant<intents::Click, intents::OpenLink, intents::OpenLinks, intents::Ask, intents::Find,
                             intents::FindAll, intents::Scroll, intents::Type, intents::FillProfile, intents::Key,
                             intents::Navigate, intents::List, intents::OpenArticle, intents::Read,
-                            intents::Summarize, intents::CopyArticle>;
+                            intents::Summarize, intents::CopyArticle, intents::SetChecked>;
 
 // The one-line label shown for a pending command and in the "Why?" lines.
 std::string title(const Intent& intent);
-// The case name: "click", "openLink", ... "copyArticle".
+// The case name: "click", "openLink", ... "copyArticle", "setChecked".
 std::string_view caseName(const Intent& intent);
 
 }  // namespace skimlet

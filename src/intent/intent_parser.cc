@@ -115,8 +115,10 @@ bool isFiller(std::string_view lowered) {
          lowered == "that";
 }
 
+// Role words are looked up lower-cased, as every word of a command is matched: "SAVE BUTTON" is
+// a button.
 std::optional<RoleHint> roleWord(std::string_view w) {
-  auto it = roleWords().find(w);
+  auto it = roleWords().find(lowerWord(w));
   if (it == roleWords().end()) return std::nullopt;
   return it->second;
 }
@@ -321,6 +323,23 @@ const std::deque<Rule>& laterRules() {
   return all;
 }
 
+// "tick remember me", "uncheck the newsletter box": after every other rule and the questions, so
+// it only takes commands that the rules above leave without an intent; "check if …", "check
+// what …" are left to the model and the fallback, as before.
+std::optional<Intent> tickRule(const icu::UnicodeString& u) {
+  static const Rule rule(
+      "(check|tick|uncheck|untick)\\s+(?!(?:if|whether|what|which|how|that|for|out|on)\\b)(?:the\\s+)?"
+      "(.+?)(?:\\s+(?:check\\s*box|checkbox|box|option))?",
+      nullptr);
+  auto g = rule.regex.search(u);
+  if (!g) return std::nullopt;
+  const std::string verb = lowerWord((*g)[0]);
+  TargetSpec target = parseTarget((*g)[1], RoleHint::checkbox);
+  target.role = RoleHint::checkbox;
+  if (target.query.empty() && !target.ordinal) return std::nullopt;
+  return intents::SetChecked{target, !verb.starts_with("un")};
+}
+
 std::string withoutPoliteness(std::string_view trimmed) {
   static const Regex lead("^(please|pls|can you|could you|would you|hey|just)\\s+", true);
   static const Regex trail("\\s+please[.!?]*$", true);
@@ -392,7 +411,7 @@ TargetSpec parseTarget(std::string_view text, RoleHint defaultRole) {
   if (lead && remaining() == 1) {
     found = lead;
     first = last;
-  } else if (lead && (hasOrdinal || (remaining() >= 2 && connectors().contains(words[first + 1])))) {
+  } else if (lead && (hasOrdinal || (remaining() >= 2 && connectors().contains(lowerWord(words[first + 1]))))) {
     // "second button", "button labeled Save", "link to pricing"
     found = lead;
     ++first;
@@ -435,7 +454,7 @@ std::optional<Intent> parse(std::string_view input) {
   static const Regex question(
       "^(what|who|how|why|when|where|which|is|are|does|do|did|can|tell me|explain|describe)\\b");
   if (question.find(lowered)) return intents::Ask{text};
-  return std::nullopt;
+  return tickRule(u);
 }
 
 }  // namespace skimlet::IntentParser

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <unordered_map>
+#include <unordered_set>
 
 #include "match/element_matcher.h"
 #include "text/text_util.h"
@@ -51,6 +52,43 @@ class Hits {
   std::unordered_map<int, std::size_t> index_;
 };
 
+// A link and the text run inside it, or a paragraph's line and the sentence of it that says the
+// words, are one place to the reader: of hits whose elements contain one another, or that are
+// siblings whose texts contain one another, only the best (the first of `ranked`) is kept.
+std::vector<PageHit> withoutRepeats(const PageSnapshot& snapshot, std::vector<PageHit> ranked) {
+  std::unordered_map<int, int> parentOf;
+  for (const auto& e : snapshot.elements)
+    if (e.parent) parentOf.emplace(e.id, *e.parent);
+  auto ancestors = [&](int id) {
+    std::vector<int> chain;
+    for (auto it = parentOf.find(id); it != parentOf.end(); it = parentOf.find(it->second)) chain.push_back(it->second);
+    return chain;
+  };
+  std::unordered_set<int> taken;      // the kept hits' elements
+  std::unordered_set<int> covered;    // their ancestors
+  std::vector<PageHit> kept;
+  auto sameWords = [&](const PageHit& h) {
+    const auto parent = parentOf.find(h.elementID);
+    const std::string text = TextUtil::norm(h.text);
+    return std::any_of(kept.begin(), kept.end(), [&](const PageHit& k) {
+      const auto other = parentOf.find(k.elementID);
+      if (parent == parentOf.end() || other == parentOf.end() || parent->second != other->second) return false;
+      const std::string keptText = TextUtil::norm(k.text);
+      return text.find(keptText) != std::string::npos || keptText.find(text) != std::string::npos;
+    });
+  };
+  for (auto& h : ranked) {
+    if (covered.contains(h.elementID)) continue;  // an outer element of a kept hit
+    const std::vector<int> chain = ancestors(h.elementID);
+    if (std::any_of(chain.begin(), chain.end(), [&](int id) { return taken.contains(id); })) continue;
+    if (sameWords(h)) continue;
+    taken.insert(h.elementID);
+    covered.insert(chain.begin(), chain.end());
+    kept.push_back(std::move(h));
+  }
+  return kept;
+}
+
 }  // namespace
 
 double textScore(std::string_view text, std::string_view query) {
@@ -82,7 +120,7 @@ std::vector<PageHit> find(const PageSnapshot& snapshot, std::string_view query) 
     const double s = std::max(ElementMatcher::score(e, query), textScore(label, query));
     if (s >= ElementMatcher::threshold) hits.offer({e.id, std::move(label), s, labelReason, 0});
   }
-  return std::move(hits).sorted(true);
+  return withoutRepeats(snapshot, std::move(hits).sorted(true));
 }
 
 std::vector<PageHit> findAll(const PageSnapshot& snapshot, std::string_view query) {

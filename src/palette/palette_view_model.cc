@@ -22,6 +22,11 @@ const std::string kWorking = "Working\u2026";
 
 }  // namespace
 
+ActionResult PaletteViewModel::noBrowserResult() {
+  return ActionResult::failure("No supported browser in front",
+                               "Open Safari, Chrome, Firefox, Arc, Brave or Edge, then press the hotkey again.");
+}
+
 std::shared_ptr<PaletteViewModel> PaletteViewModel::create(const Platform& platform, BrowserTracker& tracker,
                                                            LocalAI ai) {
   return std::shared_ptr<PaletteViewModel>(new PaletteViewModel(platform, tracker, ai));
@@ -93,8 +98,7 @@ void PaletteViewModel::submit() {
     stopTask();
     removeHighlight();
     engine_.reset();
-    setPhase(ActionResult::failure("No supported browser in front",
-                                   "Open Safari, Chrome, Firefox, Arc, Brave or Edge, then press the hotkey again."));
+    setPhase(noBrowserResult());
     return;
   }
 

@@ -41,6 +41,9 @@ class PaletteViewModel : public std::enable_shared_from_this<PaletteViewModel> {
 
   // The tracker and everything in `platform` must outlive the view model.
   static std::shared_ptr<PaletteViewModel> create(const Platform& platform, BrowserTracker& tracker, LocalAI ai);
+  // What a command gets when no supported browser is in front; the tool's replay of a recorded
+  // non-browser answers the same.
+  static ActionResult noBrowserResult();
   ~PaletteViewModel();
   PaletteViewModel(const PaletteViewModel&) = delete;
   PaletteViewModel& operator=(const PaletteViewModel&) = delete;

@@ -110,6 +110,8 @@ std::optional<std::string> replaceFile(const fs::path& path, const std::string& 
 
 JsonSettings::JsonSettings(std::string path) : path_(std::move(path)) {
   if (path_.empty()) return;
+  std::error_code ec;
+  seen_ = fs::last_write_time(path_, ec);
   if (readFile(path_, values_) == FileState::corrupt)
     problem_ = path_ + " is not a settings file Skimlet can read; it is left as it is and will be kept aside as " +
                asideName(resolved(path_)).string() + " at the next change";
@@ -142,8 +144,20 @@ std::optional<std::string> JsonSettings::saveError() {
   return saveError_;
 }
 
+void JsonSettings::refresh() {
+  if (path_.empty()) return;
+  std::error_code ec;
+  const auto modified = fs::last_write_time(path_, ec);
+  if (ec || modified == seen_) return;
+  nlohmann::json current;
+  if (readFile(path_, current) != FileState::object) return;
+  values_ = std::move(current);
+  seen_ = modified;
+}
+
 std::optional<std::string> JsonSettings::string(std::string_view key) {
   std::lock_guard lock(mutex_);
+  refresh();
   auto it = values_.find(key);
   if (it == values_.end() || !it->is_string()) return std::nullopt;
   return it->get<std::string>();
@@ -151,6 +165,7 @@ std::optional<std::string> JsonSettings::string(std::string_view key) {
 
 std::optional<std::int64_t> JsonSettings::integer(std::string_view key) {
   std::lock_guard lock(mutex_);
+  refresh();
   auto it = values_.find(key);
   if (it == values_.end() || !it->is_number_integer()) return std::nullopt;
   return it->get<std::int64_t>();
@@ -210,6 +225,7 @@ void JsonSettings::update(Change change) {
   }
   saveError_.reset();
   values_ = std::move(current);
+  seen_ = fs::last_write_time(target, ec);
 }
 
 }  // namespace skimlet

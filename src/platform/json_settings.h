@@ -1,7 +1,9 @@
 // Settings kept in a JSON object in one file, for platforms without user defaults. The file
 // holds the user's name, e-mail and phone, so it is private (0600, its new folders 0700).
 //
-// The file is read when the store is made. Every change is made to the file as it is then on
+// The file is read when the store is made, and again at a read when it changed on disk since
+// (another process, such as `skimlet profile set` while `browse` runs, may write it), so every
+// command sees the settings as they are now. Every change is made to the file as it is then on
 // disk, under a lock shared with other processes (a lock file beside it), and written whole
 // through a temporary file in the same folder and a rename: a crash never leaves half a file
 // behind, and two processes changing different keys at once both keep their change. A symbolic
@@ -13,6 +15,7 @@
 // A change that cannot be written is reported by saveError(). Safe to use from several threads.
 #pragma once
 
+#include <filesystem>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -50,12 +53,16 @@ class JsonSettings final : public Settings {
   // Applies `change` to the file's current contents and writes them; with mutex_ held.
   template <class Change>
   void update(Change change);
+  // Reads the file again when it changed on disk since this store last read or wrote it; with
+  // mutex_ held. A file that is not a JSON object leaves the values as they are.
+  void refresh();
 
   std::string path_;
   std::mutex mutex_;
   nlohmann::json values_ = nlohmann::json::object();
   std::optional<std::string> problem_;
   std::optional<std::string> saveError_;
+  std::filesystem::file_time_type seen_{};  // the file's modification time when last read or written
 };
 
 }  // namespace skimlet

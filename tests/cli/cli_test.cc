@@ -2,15 +2,21 @@
 // the helpers the subcommands share.
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
+#include <csignal>
 #include <cstring>
 
 #include <cstdio>
+#include <thread>
 #include <fstream>
 #include <sstream>
 
 #include "engine/action_engine.h"
 #include "fixture_session.h"
+#include "interrupt.h"
 #include "outcome_json.h"
+#include "platform/json_settings.h"
 #include "outcome_text.h"
 #include "support/paths.h"
 
@@ -32,7 +38,9 @@ TEST(OutcomeJson, EachKindOfOutcomeHasItsKeysInOrder) {
   r.items.push_back(item);
   r.debug = {"Intent: Fill in your email"};
   ordered_json result = outcomeJson(r);
-  EXPECT_EQ(keys(result), (std::vector<std::string>{"type", "kind", "headline", "body", "items", "debug", "copyText"}));
+  EXPECT_EQ(keys(result), (std::vector<std::string>{"type", "kind", "headline", "body", "items", "debug", "copyText",
+                                                    "headlineText", "bodyText"}));
+  EXPECT_EQ(result["headlineText"], "No email saved");
   EXPECT_EQ(result["type"], "result");
   EXPECT_EQ(result["kind"], "failure");
   EXPECT_TRUE(result["body"].is_null());
@@ -192,6 +200,27 @@ TEST(FixtureSession, ARunShowsWhatWasDoneWithSecretsMasked) {
   EXPECT_EQ(events.find("hunter2"), std::string::npos) << events;
   EXPECT_NE(events.find(maskedText), std::string::npos) << events;
   EXPECT_EQ(headline.find("hunter2"), std::string::npos) << headline;
+}
+
+// `skimlet profile set` while `browse` runs: the running palette's store sees the new value at
+// its next command, and its own later writes keep it.
+TEST(JsonSettings, ChangesByAnotherProcessAreSeenAtTheNextRead) {
+  const std::string path = ::testing::TempDir() + "skimlet-settings-shared.json";
+  std::filesystem::remove(path);
+  JsonSettings palette(path), tool(path);
+  EXPECT_FALSE(palette.string("profile.email"));
+  tool.setString("profile.email", "ada@example.com");
+  EXPECT_EQ(palette.string("profile.email"), "ada@example.com");
+  palette.setString("profile.name", "Ada");
+  EXPECT_EQ(JsonSettings(path).string("profile.email"), "ada@example.com");
+}
+
+// A closed terminal ends a session as Ctrl-C does, so the browser and its profile folder go.
+TEST(InterruptScope, AHangUpStopsTheWorkInsteadOfKillingTheProcess) {
+  InterruptScope scope;
+  std::raise(SIGHUP);
+  for (int i = 0; i < 100 && !scope.interrupted(); ++i) std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  EXPECT_TRUE(scope.interrupted());
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 // Serving a folder of local pages must never hand out anything outside the folder.
 #include "local_site.h"
+#include "page_argument.h"
 
 #include <gtest/gtest.h>
 
@@ -45,6 +46,29 @@ TEST_F(LocalSiteTest, PagesGetLoopbackUrlsWithTheirPathEncoded) {
   const std::string url = site.url(root / "shop page.html");
   EXPECT_EQ(url.rfind("http://127.0.0.1:", 0), 0u) << url;
   EXPECT_EQ(url.substr(url.rfind('/')), "/shop%20page.html");
+}
+
+// browse, run --url and record read a page argument by one rule: a bare host is a web site, a
+// name that is not there is a missing file, whatever its dots.
+TEST(PageArgument, AddressesFilesHostsAndMissingFiles) {
+  using K = PageArgument::Kind;
+  const std::string existing = SKIMLET_SOURCE_DIR "/demo/shop.html";
+  const std::vector<std::tuple<std::string, K, std::string>> cases = {
+      {"https://example.com/a", K::address, "https://example.com/a"},
+      {"about:blank", K::address, "about:blank"},
+      {existing, K::file, existing},
+      {"example.com", K::host, "https://example.com"},
+      {"docs.example.org/guide/index.html", K::host, "https://docs.example.org/guide/index.html"},
+      {"localhost:8080/x", K::host, "https://localhost:8080/x"},
+      {"shop.html", K::missing, "shop.html"},
+      {"pages/shop.html", K::missing, "pages/shop.html"},
+      {"./example.com", K::missing, "./example.com"},
+  };
+  for (const auto& [argument, kind, text] : cases) {
+    const PageArgument page = classifyPage(argument);
+    EXPECT_EQ(std::tuple(page.kind, page.text), std::tuple(kind, text)) << argument;
+  }
+  EXPECT_THROW(PageSource("no/such/page.html"), std::runtime_error);
 }
 
 }  // namespace

@@ -18,32 +18,33 @@ namespace {
 
 const std::string kNoModel = "No local model \u2014 using built-in rules";
 
-TEST(ModelOptions, RefuseContradictions) {
-  const Args args = {"--json", "--model", "m.gguf", "--no-model", "--model", "--json"};
-  ModelChoice choice;
-  std::string problem;
-  std::size_t i = 0;
-  EXPECT_FALSE(takeModelOption(args, i, choice, problem));
-  EXPECT_EQ(i, 0u);
-  EXPECT_EQ(choice.source, ModelChoice::Source::installed);
-
-  i = 1;
-  EXPECT_TRUE(takeModelOption(args, i, choice, problem));
-  EXPECT_EQ(i, 2u);  // past the file
-  EXPECT_EQ(choice.source, ModelChoice::Source::file);
-  EXPECT_EQ(choice.file, "m.gguf");
-  EXPECT_EQ(problem, "");
-
-  i = 3;
-  EXPECT_TRUE(takeModelOption(args, i, choice, problem));
-  EXPECT_EQ(problem, "--model and --no-model exclude each other");
-
-  ModelChoice fresh;
-  problem.clear();
-  i = 4;  // --model with no file after it
-  EXPECT_TRUE(takeModelOption(args, i, fresh, problem));
-  EXPECT_EQ(problem, "--model needs a GGUF file");
-  EXPECT_EQ(fresh.source, ModelChoice::Source::installed);
+// Every subcommand reads its arguments the same way; the mistakes are the ones users make.
+TEST(OptionReader, OptionsValuesWordsAndMistakes) {
+  auto read = [](const Args& args) {
+    OptionReader r(args);
+    ModelChoice choice;
+    std::string fixture, words;
+    int pick = 0;
+    while (r.more()) {
+      if (r.flag("--json") || r.value("--fixture", fixture) || r.number("--pick", pick) ||
+          readModelOption(r, choice))
+        continue;
+      if (auto w = r.word()) words += "[" + *w + "]";
+    }
+    return std::tuple(r.problem(), words, fixture, pick, choice.file);
+  };
+  EXPECT_EQ(read({"--json", "type", "-5", "--fixture=p.json", "--pick", "2", "--model", "m.gguf"}),
+            std::tuple(std::string(), std::string("[type][-5]"), std::string("p.json"), 2, std::string("m.gguf")));
+  // After "--" every argument is a word, options included.
+  EXPECT_EQ(std::get<1>(read({"--", "--json", "-h"})), "[--json][-h]");
+  EXPECT_EQ(std::get<0>(read({"--model", "--json"})), "--model needs a value");  // a forgotten file
+  EXPECT_EQ(std::get<0>(read({"--pick", "0"})), "--pick needs a whole number of at least 1");
+  EXPECT_EQ(std::get<0>(read({"--pick", "2x"})), "--pick needs a whole number of at least 1");
+  EXPECT_EQ(std::get<0>(read({"--model", "m.gguf", "--no-model"})), "--model and --no-model exclude each other");
+  EXPECT_EQ(std::get<0>(read({"--jsn"})), "unknown option --jsn");
+  EXPECT_EQ(std::get<0>(read({"--json=yes"})), "--json takes no value");
+  EXPECT_TRUE(asksForHelp({"--json", "-h"}));
+  EXPECT_FALSE(asksForHelp({"--", "--help"}));
 }
 
 // A file that is not a model never stops a command: the load error is recorded and reads as no

@@ -53,7 +53,7 @@ std::vector<std::string> eventTypes(const json& run) {
 TEST(Tool, RunOnARecordedPageAnswersOneObject) {
   auto r = tool("run --fixture " + testing::sourcePath("tests/pages/account_settings.json") +
                 " --json click the delete account button");
-  ASSERT_EQ(r.status, 0) << r.out;
+  ASSERT_EQ(r.status, 3) << r.out;  // waiting for the user's yes
   const json run = json::parse(r.out);
   EXPECT_EQ(run["intent"], "Click “delete account” button");
   ASSERT_EQ(run["outcomes"].size(), 1u);
@@ -91,7 +91,9 @@ TEST(Tool, RunOnALivePageReportsTheBrowser) {
   EXPECT_EQ(eventTypes(run), (std::vector<std::string>{"press", "press"}));
 
   const json& page = run["page"];
-  EXPECT_EQ(page["url"], "file://" + testing::sourcePath("tests/site/settings.html"));
+  // A file is served from its folder, as `browse` serves it, so its links are web links.
+  EXPECT_TRUE(page["url"].get<std::string>().starts_with("http://127.0.0.1:")) << page["url"];
+  EXPECT_TRUE(page["url"].get<std::string>().ends_with("/settings.html")) << page["url"];
   EXPECT_EQ(page["tabs"], 1);
   EXPECT_FALSE(page["title"].get<std::string>().empty());
   EXPECT_TRUE(page.contains("focusedValue"));
@@ -133,6 +135,56 @@ TEST(Tool, ALiveRunEndedBySignalLeavesNoProfile) {
 TEST(Tool, RunRefusesToGuessWhichPage) {
   EXPECT_EQ(tool("run --json click ok").status, 2);
   EXPECT_EQ(tool("run --fixture x.json --url y.html click ok").status, 2);
+}
+
+// Scripts tell "done", "failed" and "waiting for an answer" apart by the exit status, and a list
+// of commands stops at the first that did not get done.
+TEST(Tool, RunSaysWhenACommandNeedsInputAndStopsThere) {
+  const std::string page = " --json --fixture " + testing::sourcePath("tests/pages/account_settings.json");
+  auto r = tool("run" + page + " 'click delete account' 'click sign out'");
+  EXPECT_EQ(r.status, 3) << r.out;
+  json run = json::parse(r.out);
+  EXPECT_EQ(run["status"], "needsInput");
+  ASSERT_EQ(run["commands"].size(), 1u);
+  EXPECT_EQ(run["commands"][0]["intent"]["intent"], "click");  // the kind, as `parse --json` gives it
+  EXPECT_EQ(run["commands"][0]["intent"]["target"]["query"], "delete account");
+
+  r = tool("run" + page + " --keep-going 'click delete account' 'click nothing like this here'");
+  EXPECT_EQ(r.status, 3) << r.out;  // the first that did not get done decides
+  run = json::parse(r.out);
+  ASSERT_EQ(run["commands"].size(), 2u);
+  EXPECT_EQ(run["commands"][1]["status"], "failed");
+  const json& failure = run["outcomes"][1];
+  EXPECT_EQ(failure["headlineText"].get<std::string>().find("**"), std::string::npos) << failure;
+
+  // Unquoted words are one command on any page; blank ones are not commands.
+  r = tool("run" + page + " --confirm click delete account");
+  EXPECT_EQ(r.status, 0) << r.out;
+  EXPECT_EQ(json::parse(r.out)["intents"], json::array({"Click “delete account”"}));
+}
+
+TEST(Tool, HelpAndVersionAreAnswersNotMistakes) {
+  EXPECT_EQ(tool("").status, 0);
+  EXPECT_EQ(tool("--version").out.rfind("skimlet ", 0), 0u);
+  for (const auto& [asks, usage] : {std::pair{"help run", "usage: skimlet run "}, {"run --help", "usage: skimlet run "},
+                                     {"record -h", "usage: skimlet record "}}) {
+    auto r = tool(asks);
+    EXPECT_EQ(r.status, 0) << asks;
+    EXPECT_EQ(r.out.rfind(usage, 0), 0u) << r.out;
+  }
+  EXPECT_NE(tool("help run").out.find("Exit status"), std::string::npos);
+}
+
+// A recording of something that is not a browser answers as the palette does on the desktop.
+TEST(Tool, ANonBrowserRecordingGetsTheNoBrowserResult) {
+  const std::string file = ::testing::TempDir() + "skimlet-texteditor.json";
+  FILE* f = std::fopen(file.c_str(), "w");
+  ASSERT_TRUE(f);
+  std::fputs(R"({"app": {"name": "TextEdit", "bundleID": "com.apple.TextEdit"}, "window": {"role": "AXWindow"}})", f);
+  std::fclose(f);
+  auto r = tool("run --json --fixture " + file + " click ok");
+  EXPECT_EQ(r.status, 1);
+  EXPECT_EQ(json::parse(r.out)["outcomes"][0]["headline"], "No supported browser in front") << r.out;
 }
 
 }  // namespace

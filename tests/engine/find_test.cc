@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "support/engine_on_page.h"
+#include "support/page_builder.h"
 
 namespace skimlet {
 namespace {
@@ -52,6 +53,20 @@ TEST(FindAll, CountsOccurrencesAtWordStarts) {
   // "ship" starts "shipping" but only ends "membership".
   EXPECT_EQ(page.run(intents::FindAll{"ship"}).headline, "Found **5** occurrences of “ship” in 3 places");
   EXPECT_EQ(page.run(intents::FindAll{"Harbour Road"}).headline, "Found **1** occurrence of “Harbour Road”");
+}
+
+// Every place is listed once, in page order, with the count in the headline: a link and the
+// words inside it are one place.
+TEST(Find, CountsEveryPlaceOnceInPageOrder) {
+  using namespace testing;
+  memory::Node link{.role = "AXLink", .title = "Pricing", .url = "https://example.com/pricing",
+                    .actions = {"AXPress"}, .children = {text("Pricing")}};
+  EngineOnPage page(browserWindow({text("Member pricing"), group({link}), text("Student pricing")}));
+  ActionResult r = page.run(intents::Find{"pricing"});
+  EXPECT_EQ(r.headline, "Found **pricing** in 3 places");
+  std::vector<std::string> items;
+  for (const auto& item : r.items) items.push_back(item.text);
+  EXPECT_EQ(items, (std::vector<std::string>{"Member pricing", "Pricing", "Student pricing"}));
 }
 
 }  // namespace

@@ -102,6 +102,10 @@ TEST(IntentParserOrder, ListsLinksFormsClicksQuestions) {
       {"Hello?", "Ask: Hello?"},
       {"tell me the price", "Ask: tell me the price"},
       {"banana", "none"},
+      // Check boxes are set to a state only where every rule above left the command alone.
+      {"tick remember me", "Tick “remember me” checkbox"},
+      {"Uncheck the newsletter box", "Untick “newsletter” checkbox"},
+      {"check what shipping costs", "none"},
   });
 }
 
@@ -142,6 +146,10 @@ TEST(IntentParserTargets, FillersOrdinalsRolesConnectorsAnchors) {
       {"OK beside Cancel", {"OK", {}, RoleHint::any, "Cancel"}},
       {"icon", {"", {}, RoleHint::image, {}}},
       {"First Name field", {"Name", 1, RoleHint::field, {}}},
+      // Command text is matched case-insensitively, role words and connectors included.
+      {"THE SECOND LINK", {"", 2, RoleHint::link, {}}},
+      {"SIGNUP BOX", {"SIGNUP", {}, RoleHint::field, {}}},
+      {"Button Labeled Save", {"Save", {}, RoleHint::button, {}}},
   };
   for (const auto& c : cases) EXPECT_EQ(parseTarget(c.phrase, RoleHint::any), c.expected) << c.phrase;
   EXPECT_EQ(parseTarget("search", RoleHint::field).role, RoleHint::field);

@@ -410,6 +410,15 @@ void PageTreeReader::add(const Json& n, int parent) {
     node.valueKind = PageNode::ValueKind::text;
     node.text = node.secure ? maskSecret(v) : v;
     node.valueSettable = !flag("readonly") && !flag("disabled");
+  } else if (node.role == "AXIncrementor" || node.role == "AXSlider") {
+    // A number input or range: its value is a number the user may set, as on a desktop.
+    std::string v = dom && dom->inputValue ? *dom->inputValue : axValue ? jsonText(*axValue) : "";
+    double number = 0;
+    if (auto [end, ec] = std::from_chars(v.data(), v.data() + v.size(), number); ec == std::errc() && !v.empty()) {
+      node.valueKind = PageNode::ValueKind::number;
+      node.number = number;
+    }
+    node.valueSettable = !flag("readonly") && !flag("disabled");
   } else if (axValue && node.valueKind == PageNode::ValueKind::none) {
     if (axValue->is_number()) {
       node.valueKind = PageNode::ValueKind::number;
