@@ -118,7 +118,7 @@ bool isFiller(std::string_view lowered) {
 // Role words are looked up lower-cased, as every word of a command is matched: "SAVE BUTTON" is
 // a button.
 std::optional<RoleHint> roleWord(std::string_view w) {
-  auto it = roleWords().find(lowerWord(w));
+  auto it = roleWords().find(TextUtil::lower(w));
   if (it == roleWords().end()) return std::nullopt;
   return it->second;
 }
@@ -333,7 +333,7 @@ std::optional<Intent> tickRule(const icu::UnicodeString& u) {
       nullptr);
   auto g = rule.regex.search(u);
   if (!g) return std::nullopt;
-  const std::string verb = lowerWord((*g)[0]);
+  const std::string verb = TextUtil::lower((*g)[0]);
   TargetSpec target = parseTarget((*g)[1], RoleHint::checkbox);
   target.role = RoleHint::checkbox;
   if (target.query.empty() && !target.ordinal) return std::nullopt;
@@ -411,7 +411,7 @@ TargetSpec parseTarget(std::string_view text, RoleHint defaultRole) {
   if (lead && remaining() == 1) {
     found = lead;
     first = last;
-  } else if (lead && (hasOrdinal || (remaining() >= 2 && connectors().contains(lowerWord(words[first + 1]))))) {
+  } else if (lead && (hasOrdinal || (remaining() >= 2 && connectors().contains(TextUtil::lower(words[first + 1]))))) {
     // "second button", "button labeled Save", "link to pricing"
     found = lead;
     ++first;
