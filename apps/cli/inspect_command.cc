@@ -6,6 +6,7 @@
 
 #include "cli.h"
 #include "fixture_session.h"
+#include "outcome_text.h"
 #include "page/crawler.h"
 #include "text/text_util.h"
 
@@ -64,7 +65,7 @@ int inspectCommand(const Args& args) {
     auto elements = Crawler::crawl(platform.ax, platform.clock, *window, kInspectorLimits);
     int deepest = 0;
     for (const auto& e : elements) {
-      std::cout << std::string(static_cast<std::size_t>(e.depth) * 2, ' ') << describe(e) << "\n";
+      std::cout << std::string(static_cast<std::size_t>(e.depth) * 2, ' ') << OutcomeText::inert(describe(e)) << "\n";
       deepest = std::max(deepest, e.depth);
     }
     std::cout << elements.size() << " elements";

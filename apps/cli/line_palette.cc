@@ -108,7 +108,7 @@ void LinePalette::waitWhileBusy() {
 
 // False when the user declined, which ends the command.
 bool LinePalette::answerConfirmation(const Confirmation& c) {
-  std::cout << "? " << c.title << "\n" << c.message << "\n";
+  std::cout << "? " << OutcomeText::inert(c.title) << "\n" << OutcomeText::inert(c.message) << "\n";
   if (vm_.showWhy) text_.printWhy(std::cout, c.debug);
   auto answer = prompt(c.confirmLabel + "? [y/N] ");
   const std::string folded = answer ? TextUtil::lower(TextUtil::clean(*answer)) : "";
@@ -122,7 +122,7 @@ bool LinePalette::answerConfirmation(const Confirmation& c) {
 }
 
 bool LinePalette::answerChoice(const ChoiceSet& choice) {
-  std::cout << "? " << choice.prompt << "\n";
+  std::cout << "? " << OutcomeText::inert(choice.prompt) << "\n";
   for (std::size_t i = 0; i < choice.options.size(); ++i) {
     const ChoiceOption& o = choice.options[i];
     std::cout << "  " << i + 1 << ". " << OutcomeText::oneLine(o.title);

@@ -2,7 +2,28 @@
 
 namespace skimlet::cli {
 
-std::string OutcomeText::markdown(const std::string& s) const {
+std::string OutcomeText::inert(std::string_view s) {
+  static const std::string replacement = "\uFFFD";
+  std::string out;
+  out.reserve(s.size());
+  for (std::size_t i = 0; i < s.size(); ++i) {
+    const auto c = static_cast<unsigned char>(s[i]);
+    if (c == '\r' && i + 1 < s.size() && s[i + 1] == '\n') continue;  // a Windows line break is a line break
+    if ((c < 0x20 && c != '\n' && c != '\t') || c == 0x7F) {
+      out += replacement;
+    } else if (c == 0xC2 && i + 1 < s.size() && static_cast<unsigned char>(s[i + 1]) < 0xA0 &&
+               static_cast<unsigned char>(s[i + 1]) >= 0x80) {
+      out += replacement;  // U+0080 to U+009F: the 8-bit controls, CSI among them
+      ++i;
+    } else {
+      out += s[i];
+    }
+  }
+  return out;
+}
+
+std::string OutcomeText::markdown(const std::string& text) const {
+  const std::string s = inert(text);
   std::string out;
   bool bold = false;
   for (std::size_t i = 0; i < s.size(); ++i) {
@@ -20,7 +41,8 @@ std::string OutcomeText::markdown(const std::string& s) const {
   return out;
 }
 
-std::string OutcomeText::oneLine(std::string_view s) {
+std::string OutcomeText::oneLine(std::string_view text) {
+  const std::string s = inert(text);
   std::string out;
   out.reserve(s.size());
   for (std::size_t i = 0; i < s.size();) {
@@ -61,11 +83,11 @@ void OutcomeText::print(std::ostream& out, const Outcome& outcome) const {
   if (const ActionResult* r = outcome.result()) {
     printResult(out, *r, true);
   } else if (const Confirmation* c = outcome.confirm()) {
-    out << "? " << c->title << "\n" << c->message << "\n";
+    out << "? " << inert(c->title) << "\n" << inert(c->message) << "\n";
     out << "[" << c->confirmLabel << "] " << dim("— add --confirm to accept") << "\n";
     printWhy(out, c->debug);
   } else if (const ChoiceSet* choice = outcome.choose()) {
-    out << "? " << choice->prompt << "\n";
+    out << "? " << inert(choice->prompt) << "\n";
     for (std::size_t i = 0; i < choice->options.size(); ++i) {
       const ChoiceOption& o = choice->options[i];
       out << "  " << i + 1 << ". " << oneLine(o.title);

@@ -20,9 +20,14 @@ class OutcomeText {
   explicit OutcomeText(bool styled) : styled_(styled) {}
   bool styled() const { return styled_; }
 
+  // Text from a page made harmless for a terminal: control characters (escape sequences that
+  // recolour, clear or retitle it, bells, backspaces, carriage returns) show as "�" instead of
+  // acting. Line breaks and tabs stay. Everything below passes what it prints through it.
+  static std::string inert(std::string_view s);
+
   // "Clicked **Sign \*in\***" → Clicked Sign *in*, the bold part bold when styled.
   std::string markdown(const std::string& s) const;
-  std::string dim(const std::string& s) const { return styled_ ? "\x1b[2m" + s + "\x1b[22m" : s; }
+  std::string dim(const std::string& s) const { return styled_ ? "\x1b[2m" + inert(s) + "\x1b[22m" : inert(s); }
   // Plain text (an item, an option, a label) for one line of a list: each line break, with the
   // blanks around it, becomes one space.
   static std::string oneLine(std::string_view s);

@@ -25,9 +25,23 @@ int profileCommand(const Args& args) {
     return 1;
   }
   JsonSettings settings(path);
+  // A change that was not written is a failure; a corrupt file kept aside is worth a note.
+  auto finish = [&](const std::string& done) {
+    if (auto error = settings.saveError()) {
+      std::cerr << "skimlet profile: " << *error << "\n";
+      return 1;
+    }
+    if (auto problem = settings.problem()) std::cerr << "skimlet profile: note: " << *problem << "\n";
+    std::cout << done << "\n";
+    return 0;
+  };
 
   if (verb == "show") {
     if (args.size() != 1) return usageError(kProfile, "show takes no arguments");
+    if (auto problem = settings.problem()) {
+      std::cerr << "skimlet profile: " << *problem << "\n";
+      return 1;
+    }
     for (ProfileField f : kFields) {
       std::string value = Profile::value(settings, f);
       std::string name(rawValue(f));
@@ -47,11 +61,9 @@ int profileCommand(const Args& args) {
     if (Profile::value(settings, *field).empty()) {
       // Only white space: the same as nothing saved, so leave nothing behind.
       settings.remove(Profile::key(*field));
-      std::cout << "Cleared " << args[1] << "\n";
-    } else {
-      std::cout << "Saved " << args[1] << "\n";
+      return finish("Cleared " + args[1]);
     }
-    return 0;
+    return finish("Saved " + args[1]);
   }
   if (verb == "clear") {
     if (args.size() > 2) return usageError(kProfile, "clear takes at most one field");
@@ -59,12 +71,10 @@ int profileCommand(const Args& args) {
       auto field = profileFieldFromRaw(args[1]);
       if (!field) return usageError(kProfile, "unknown field " + args[1] + " (name, email or phone)");
       settings.remove(Profile::key(*field));
-      std::cout << "Cleared " << args[1] << "\n";
-    } else {
-      for (ProfileField f : kFields) settings.remove(Profile::key(f));
-      std::cout << "Cleared name, email and phone\n";
+      return finish("Cleared " + args[1]);
     }
-    return 0;
+    for (ProfileField f : kFields) settings.remove(Profile::key(f));
+    return finish("Cleared name, email and phone");
   }
   return usageError(kProfile, "unknown action " + verb + " (set, show or clear)");
 }

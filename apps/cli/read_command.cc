@@ -5,6 +5,7 @@
 #include "cli.h"
 #include "engine/action_engine.h"
 #include "fixture_session.h"
+#include "outcome_text.h"
 
 namespace skimlet::cli {
 namespace {
@@ -30,7 +31,7 @@ int readCommand(const Args& args) {
       std::cerr << "skimlet read: " << fixture << ": the browser shows no window to read\n";
       return 1;
     }
-    if (std::string text = snap->text(); !text.empty()) std::cout << text << "\n\n";
+    if (std::string text = snap->text(); !text.empty()) std::cout << OutcomeText::inert(text) << "\n\n";
     // The same words as the "Why?" line of every command that reads the page.
     std::vector<std::string> note;
     ActionEngine::notePage(*snap, note);

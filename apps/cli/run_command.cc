@@ -26,6 +26,7 @@
 #include "cli.h"
 #include "engine/action_engine.h"
 #include "engine/profile.h"
+#include "engine/secrets.h"
 #include "engine/understand.h"
 #include "fixture_session.h"
 #include "model_choice.h"
@@ -166,13 +167,14 @@ bool runOne(const std::string& command, const BrowserTarget& target, const Platf
   auto engine = ActionEngine::create(target, platform, ai);
   std::vector<Outcome> outcomes{engine->run(understood->intent)};
   while (auto next = followUp(outcomes.back(), answers, ran.problem)) outcomes.push_back(std::move(*next));
-  ran.titles.push_back(title(understood->intent));
+  // Text that went into a password field is masked wherever the command's words are repeated.
+  const std::vector<std::string>& secrets = engine->secrets();
+  ran.titles.push_back(Secrets::mask(title(understood->intent), secrets));
   const ActionResult* last = outcomes.back().result();
   ran.failed = ran.failed || (last && last->kind == ActionResult::Kind::failure);
   if (text) {
     if (understood->stage != Understanding::Stage::rules)
-      std::cout << text->dim("Understood by the " + std::string(stageName(understood->stage)) + ": " +
-                             title(understood->intent))
+      std::cout << text->dim("Understood by the " + std::string(stageName(understood->stage)) + ": " + ran.titles.back())
                 << "\n";
     for (std::size_t i = 0; i < outcomes.size(); ++i) {
       if (i) std::cout << "\n";
@@ -181,7 +183,7 @@ bool runOne(const std::string& command, const BrowserTarget& target, const Platf
   }
   for (auto& outcome : outcomes) ran.outcomes.push_back(std::move(outcome));
   if (answers.confirms > 0 || !answers.picks.empty())
-    std::cerr << "skimlet run: note: “" << command << "” asked for no further "
+    std::cerr << "skimlet run: note: “" << Secrets::mask(command, secrets) << "” asked for no further "
               << (answers.confirms > 0 ? "confirmation" : "choice") << "; extra --confirm/--pick ignored\n";
   return true;
 }

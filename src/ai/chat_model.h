@@ -7,6 +7,8 @@
 #include <stop_token>
 #include <string>
 
+#include "llm/reply_drafter.h"
+
 namespace skimlet {
 
 // Receives the whole text generated so far (always valid UTF-8), possibly from another thread.
@@ -25,6 +27,14 @@ class ChatModel {
   // request was stopped. Never throws.
   virtual std::optional<std::string> generate(const std::string& system, const std::string& user, int maxTokens,
                                               const PartialSink& onPartial, std::stop_token stop) = 0;
+  // The same, with a guess of how the reply goes on that a model may check ahead in batches (see
+  // ReplyDrafter). The reply is the one generate() gives; a model that can't use guesses ignores it.
+  virtual std::optional<std::string> generateDrafted(const std::string& system, const std::string& user,
+                                                     int maxTokens, const PartialSink& onPartial,
+                                                     std::stop_token stop, const ReplyDrafter& drafter) {
+    (void)drafter;
+    return generate(system, user, maxTokens, onPartial, std::move(stop));
+  }
 };
 
 }  // namespace skimlet

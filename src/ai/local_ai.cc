@@ -3,6 +3,7 @@
 #include <charconv>
 
 #include "ai/intent_line.h"
+#include "ai/intent_line_draft.h"
 #include "ai/intent_mapper.h"
 #include "ai/prompts.h"
 
@@ -41,7 +42,8 @@ std::optional<int> digitsOf(const std::string& reply) {
 
 // The own model's restatement of a command. The answer is one line, so the model is stopped as
 // soon as the line the reader will take has ended instead of writing on to its token limit: the
-// reply then reads exactly as the whole one would, sooner.
+// reply then reads exactly as the whole one would, sooner. Most of the line is guessed from the
+// command and the format and checked in batches, so it takes few passes of the model.
 std::optional<std::string> oneLineReply(ChatModel& model, const std::string& command, std::stop_token stop) {
   std::stop_source enough;
   std::stop_callback relay(stop, [&] { enough.request_stop(); });
@@ -52,8 +54,8 @@ std::optional<std::string> oneLineReply(ChatModel& model, const std::string& com
       enough.request_stop();
     }
   };
-  auto reply = model.generate(std::string(prompts::intentLine), command, prompts::intentMaxTokens, sink,
-                              enough.get_token());
+  auto reply = model.generateDrafted(std::string(prompts::intentLine), command, prompts::intentMaxTokens, sink,
+                                     enough.get_token(), intentLineDrafter(command));
   if (stop.stop_requested()) return std::nullopt;
   if (!ended.empty()) return ended;
   return reply;

@@ -21,6 +21,11 @@ class OwnModel : public ChatModel {
                                       const PartialSink& onPartial, std::stop_token stop) override {
     return runtime_.generate(system, user, maxTokens, onPartial, std::move(stop));
   }
+  std::optional<std::string> generateDrafted(const std::string& system, const std::string& user, int maxTokens,
+                                             const PartialSink& onPartial, std::stop_token stop,
+                                             const ReplyDrafter& drafter) override {
+    return runtime_.generate(system, user, maxTokens, onPartial, std::move(stop), drafter);
+  }
 
  private:
   LocalModelRuntime& runtime_;

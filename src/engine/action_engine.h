@@ -62,6 +62,8 @@ class ActionEngine : public std::enable_shared_from_this<ActionEngine> {
   // The stop token of the command that is running (or of the last one).
   std::stop_token stopToken() const { return stop_; }
   bool stopRequested() const { return stop_.stop_requested(); }
+  // Texts this engine typed into password fields, for those who repeat the command's words.
+  const std::vector<std::string>& secrets() const { return secrets_; }
 
   // The page, read on first use and kept for the engine's life; null when no window of the
   // browser can be read (that answer is kept too).
@@ -154,6 +156,7 @@ class ActionEngine : public std::enable_shared_from_this<ActionEngine> {
   LocalAI ai_;
   std::optional<std::optional<PageSnapshot>> snap_;  // outer: read yet; inner: what was read
   std::stop_token stop_;
+  std::vector<std::string> secrets_;
 };
 
 }  // namespace skimlet

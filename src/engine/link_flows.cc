@@ -70,8 +70,19 @@ Outcome ActionEngine::openLinks(const std::string& matching, const PageSnapshot&
 
 Outcome ActionEngine::openArticle(const PageSnapshot& snap, std::vector<std::string> dbg) {
   if (auto focused = target_.focusedElement(platform_.ax); focused && attributeText(*focused, "AXRole") == "AXLink") {
-    platform_.ax.performAction(*focused, "AXPress");
-    return ActionResult::success("Opened the focused link", std::move(dbg));
+    // A page chooses what has focus, so the focused link is as risky as any other: it is
+    // pressed through the same gate, as the page read it (its words may sit in its children).
+    PageElement link;
+    link.element = *focused;
+    link.role = "AXLink";
+    for (const auto& e : snap.elements)
+      if (e.element == *focused) link = ElementMatcher::named(e, snap.elements);
+    if (link.label().empty()) link.title = attributeText(*focused, "AXTitle");
+    if (link.label().empty()) link.desc = attributeText(*focused, "AXDescription");
+    Outcome pressed = press(Match{link, 60, "focused link"}, snap, std::move(dbg));
+    if (ActionResult* r = pressed.result(); r && r->kind == ActionResult::Kind::success)
+      r->headline = "Opened the focused link";
+    return pressed;
   }
 
   // Links are judged by their words, which an unnamed link keeps in the text inside it.

@@ -3,6 +3,7 @@
 // field's value is set directly.
 #include "engine/action_engine.h"
 #include "engine/input_typing.h"
+#include "engine/secrets.h"
 #include "match/element_matcher.h"
 #include "page/roles.h"
 #include "text/text_util.h"
@@ -10,31 +11,7 @@
 namespace skimlet {
 
 namespace {
-constexpr const char* kMasked = "••••••••";
 constexpr double kLeadForSure = 6;  // points by which a best field must lead to be taken unasked
-
-// The command's own words are in the trail ("Intent: Type “hunter2” in “password” field"), cut
-// short or whole. Once the text turns out to go into a password field, every quoted copy of it
-// is masked, so the Why? lines never show what the result itself hides.
-void maskQuoted(std::vector<std::string>& dbg, const std::string& text) {
-  static const std::string open = "“", close = "”", ellipsis = "…";
-  for (auto& line : dbg) {
-    std::size_t from = 0;
-    while ((from = line.find(open, from)) != std::string::npos) {
-      std::size_t start = from + open.size();
-      std::size_t end = line.find(close, start);
-      if (end == std::string::npos) break;
-      std::string inner = line.substr(start, end - start);
-      bool cut = inner.size() > ellipsis.size() && inner.ends_with(ellipsis) &&
-                 text.starts_with(inner.substr(0, inner.size() - ellipsis.size()));
-      if (inner == text || cut) {
-        line.replace(start, end - start, kMasked);
-        end = start + std::string(kMasked).size();
-      }
-      from = end + close.size();
-    }
-  }
-}
 }  // namespace
 
 Outcome ActionEngine::typeFlow(const std::string& text, const std::optional<TargetSpec>& field, bool replace,
@@ -112,7 +89,12 @@ ActionResult ActionEngine::write(const std::string& text, const ax::ElementRef& 
   auto& ax = platform_.ax;
   auto& clock = platform_.clock;
   Pid pid = target_.app.pid;
-  if (secure) maskQuoted(dbg, text);
+  // The command's own words are in the trail ("Intent: Type “hunter2” in “password” field"),
+  // whole or cut short; once the text turns out to go into a password field, every copy goes.
+  if (secure) {
+    secrets_.push_back(text);
+    for (auto& line : dbg) line = Secrets::mask(line, {text});
+  }
 
   if (auto frame = currentFrame(into)) platform_.highlighter.show(*frame, 1.5);
   ax.setAttributeValue(into, "AXFocused", ax::Value(true));
@@ -142,7 +124,7 @@ ActionResult ActionEngine::write(const std::string& text, const ax::ElementRef& 
   if (!done)
     return ActionResult::failure("Couldn't type into **" + TextUtil::md(name) + "**", "The field didn't accept input.",
                                  std::move(dbg));
-  std::string shown = secure ? kMasked : TextUtil::truncate(text, 40);
+  std::string shown = secure ? Secrets::masked : TextUtil::truncate(text, 40);
   return ActionResult::success(
       std::string(replace ? "Filled **" : "Typed in **") + TextUtil::md(name) + "** with “" + TextUtil::md(shown) + "”",
       std::move(dbg));

@@ -1,5 +1,7 @@
 #include "llm/bpe_tokenizer.h"
 
+#include <queue>
+
 #include "llm/pre_tokenizer.h"
 #include "llm/utf8.h"
 
@@ -44,15 +46,38 @@ BPETokenizer::BPETokenizer(std::vector<std::string> tokens, std::vector<std::str
     : tokens_(std::move(tokens)), preTokenizer_(std::make_unique<PreTokenizer>()) {
   vocab_.reserve(tokens_.size());
   for (size_t id = 0; id < tokens_.size(); ++id) vocab_[tokens_[id]] = static_cast<int>(id);
-  ranks_.reserve(merges.size());
-  for (size_t r = 0; r < merges.size(); ++r) ranks_.emplace(std::move(merges[r]), static_cast<int>(r));
   // Bytes without a visible character of their own borrow code points from U+0100 upwards.
   uint32_t next = 256;
   for (int b = 0; b < 256; ++b) {
     const uint32_t cp = printable(b) ? static_cast<uint32_t>(b) : next++;
     byteToChar_[b] = encodeCodePoint(cp);
     charToByte_[cp] = static_cast<uint8_t>(b);
+    byteSymbol_[b] = symbol(byteToChar_[b]);
   }
+  symbols_.reserve(merges.size() * 2 + 256);
+  merges_.reserve(merges.size());
+  for (size_t r = 0; r < merges.size(); ++r) {
+    // No symbol holds a plain space (the space byte has a character of its own), so a rule
+    // with other than exactly one space can never apply.
+    const std::string& rule = merges[r];
+    const size_t space = rule.find(' ');
+    if (space == std::string::npos || rule.find(' ', space + 1) != std::string::npos) continue;
+    const std::string left = rule.substr(0, space), right = rule.substr(space + 1);
+    const int l = symbol(left), rt = symbol(right);
+    // The first rule for a pair keeps its rank.
+    if (merges_.count(pairKey(l, rt))) continue;
+    merges_.emplace(pairKey(l, rt), Merge{static_cast<int>(r), symbol(left + right)});
+  }
+  symbolToken_.resize(symbols_.size(), -1);
+  for (const auto& [text, number] : symbols_) {
+    if (auto it = vocab_.find(text); it != vocab_.end()) symbolToken_[number] = it->second;
+  }
+  // Only merging needs the texts; their numbers are all that is kept.
+  symbols_ = {};
+}
+
+int BPETokenizer::symbol(const std::string& text) {
+  return symbols_.try_emplace(text, static_cast<int>(symbols_.size())).first->second;
 }
 
 BPETokenizer::~BPETokenizer() = default;
@@ -72,44 +97,63 @@ std::vector<int> BPETokenizer::encode(std::string_view text) {
 }
 
 std::vector<int> BPETokenizer::encodeChunk(std::string_view piece) {
-  std::string key(piece);
-  if (auto it = cache_.find(key); it != cache_.end()) return it->second;
-  std::vector<std::string> symbols;
-  symbols.reserve(piece.size());
-  for (unsigned char c : piece) symbols.push_back(byteToChar_[c]);
-  std::string pair;
-  std::vector<std::string> merged;
-  while (symbols.size() >= 2) {
-    int bestRank = -1;
-    size_t best = 0;
-    for (size_t i = 0; i + 1 < symbols.size(); ++i) {
-      pair.assign(symbols[i]).append(" ").append(symbols[i + 1]);
-      auto it = ranks_.find(pair);
-      if (it != ranks_.end() && (bestRank < 0 || it->second < bestRank)) {
-        bestRank = it->second;
-        best = i;
-      }
+  // Long pieces are rare and would make the cache's memory unbounded, so only short ones stay.
+  constexpr size_t kCachedPieceLength = 256;
+  const bool cacheable = piece.size() <= kCachedPieceLength;
+  std::string key;
+  if (cacheable) {
+    key.assign(piece);
+    if (auto it = cache_.find(key); it != cache_.end()) return it->second;
+  }
+  // The symbols form a linked list; candidate merges wait in a heap ordered by rank, then
+  // position. Each round takes every candidate of the lowest rank and merges them left to
+  // right, and only then looks at the pairs those merges made, as merging the whole word pass
+  // by pass would. Stale candidates (a side already merged into something else) are skipped.
+  // About n log n for a word of n bytes, where rescanning the word after every merge was n².
+  const int n = static_cast<int>(piece.size());
+  std::vector<int> sym(n), prev(n), next(n);
+  for (int i = 0; i < n; ++i) {
+    sym[i] = byteSymbol_[static_cast<unsigned char>(piece[i])];
+    prev[i] = i - 1;
+    next[i] = i + 1 < n ? i + 1 : -1;
+  }
+  struct Candidate {
+    int rank, left, leftSym, rightSym;
+    bool operator>(const Candidate& o) const { return rank != o.rank ? rank > o.rank : left > o.left; }
+  };
+  std::priority_queue<Candidate, std::vector<Candidate>, std::greater<Candidate>> heap;
+  auto consider = [&](int left) {
+    if (left < 0 || next[left] < 0) return;
+    const int right = next[left];
+    if (auto it = merges_.find(pairKey(sym[left], sym[right])); it != merges_.end())
+      heap.push({it->second.rank, left, sym[left], sym[right]});
+  };
+  for (int i = 0; i + 1 < n; ++i) consider(i);
+  std::vector<Candidate> round;
+  while (!heap.empty()) {
+    const int rank = heap.top().rank;
+    round.clear();
+    while (!heap.empty() && heap.top().rank == rank) {
+      round.push_back(heap.top());
+      heap.pop();
     }
-    if (bestRank < 0) break;
-    const std::string left = symbols[best], right = symbols[best + 1];
-    merged.clear();
-    for (size_t i = 0; i < symbols.size();) {
-      if (i + 1 < symbols.size() && symbols[i] == left && symbols[i + 1] == right) {
-        merged.push_back(left + right);
-        i += 2;
-      } else {
-        merged.push_back(std::move(symbols[i]));
-        i += 1;
-      }
+    for (const Candidate& c : round) {
+      const int right = next[c.left];
+      // A merged-away node has sym -1, so it never matches.
+      if (sym[c.left] != c.leftSym || right < 0 || sym[right] != c.rightSym) continue;
+      sym[c.left] = merges_.at(pairKey(c.leftSym, c.rightSym)).result;
+      sym[right] = -1;
+      next[c.left] = next[right];
+      if (next[right] >= 0) prev[next[right]] = c.left;
+      consider(prev[c.left]);
+      consider(c.left);
     }
-    symbols.swap(merged);
   }
   std::vector<int> ids;
-  ids.reserve(symbols.size());
-  for (const std::string& s : symbols) {
-    if (auto it = vocab_.find(s); it != vocab_.end()) ids.push_back(it->second);
+  for (int i = n > 0 ? 0 : -1; i >= 0; i = next[i]) {
+    if (const int id = symbolToken_[sym[i]]; id >= 0) ids.push_back(id);
   }
-  if (cache_.size() < cacheLimit) cache_.emplace(std::move(key), ids);
+  if (cacheable && cache_.size() < cacheLimit) cache_.emplace(std::move(key), ids);
   return ids;
 }
 

@@ -35,9 +35,23 @@ class BPETokenizer {
  private:
   std::vector<int> encodeChunk(std::string_view piece);
 
+  // Merging works on symbol numbers, not texts: every text a merge rule can produce or consume
+  // gets a number once, so one merge step costs a table look-up whatever the symbols' lengths.
+  struct Merge {
+    int rank;
+    int result;  // the symbol the pair becomes
+  };
+  static uint64_t pairKey(int left, int right) {
+    return (static_cast<uint64_t>(static_cast<uint32_t>(left)) << 32) | static_cast<uint32_t>(right);
+  }
+  int symbol(const std::string& text);
+
   std::vector<std::string> tokens_;
   std::unordered_map<std::string, int> vocab_;
-  std::unordered_map<std::string, int> ranks_;
+  std::unordered_map<std::string, int> symbols_;  // symbol text to its number
+  std::vector<int> symbolToken_;                  // symbol number to token id, or -1
+  std::unordered_map<uint64_t, Merge> merges_;    // by pairKey(left, right)
+  int byteSymbol_[256];
   std::string byteToChar_[256];
   std::unordered_map<uint32_t, uint8_t> charToByte_;  // code point to byte
   std::unique_ptr<PreTokenizer> preTokenizer_;

@@ -158,6 +158,12 @@ void GGUFFile::parse() {
   if (version < 2) throw GGUFError("Unsupported GGUF version " + std::to_string(version));
   int64_t tensorCount = static_cast<int64_t>(readU64());
   int64_t metaCount = static_cast<int64_t>(readU64());
+  // A count that the rest of the file cannot hold (a key/value pair takes at least 13 bytes, a
+  // directory entry 24) is corrupt; a negative one would otherwise read as "no entries".
+  auto plausible = [&](int64_t count, int64_t entryBytes) {
+    return count >= 0 && count <= (size - cursor) / entryBytes;
+  };
+  if (!plausible(metaCount, 13) || !plausible(tensorCount, 24)) throw GGUFError("Truncated model file");
   for (int64_t i = 0; i < metaCount; ++i) {
     std::string key = readString();
     uint32_t type = readU32();
@@ -179,6 +185,9 @@ void GGUFFile::parse() {
   }
   int64_t alignment = 32;
   if (auto a = intValue("general.alignment"); a && *a > 0) alignment = *a;
+  // An alignment of the file's size or more leaves no data at all; below it, cursor + alignment
+  // stays far from overflowing (both are under the size of a mapped file).
+  if (alignment >= size) throw GGUFError("Truncated model file");
   dataStart = (cursor + alignment - 1) / alignment * alignment;
   if (dataStart >= size) throw GGUFError("Truncated model file");
 }
@@ -211,13 +220,6 @@ const std::vector<std::string>* GGUFFile::stringList(const std::string& key) con
   return std::get_if<std::vector<std::string>>(&it->second);
 }
 
-const uint8_t* GGUFFile::tensorBytes(const TensorInfo& t, size_t bytes) const {
-  uint64_t avail = static_cast<uint64_t>(size - dataStart);
-  if (t.offset < 0 || static_cast<uint64_t>(t.offset) > avail || bytes > avail - static_cast<uint64_t>(t.offset))
-    throw GGUFError("Truncated model file");
-  return base + dataStart + t.offset;
-}
-
 namespace {
 
 // Product of the dimensions, or -1 when a dimension is negative or the product overflows.
@@ -233,6 +235,18 @@ int64_t elementCount(const std::vector<int64_t>& dims) {
 
 }  // namespace
 
+const uint8_t* GGUFFile::tensorBytes(const TensorInfo& t, int64_t rows, int64_t cols) const {
+  // Rows of whole blocks only: the kernels read a row block by block. The byte count is
+  // computed wide, so no shape can wrap around to a small number that seems to fit.
+  const auto traits = GGMLType::traits(t.type);
+  if (!traits || rows < 0 || cols < 0 || cols % traits->blockLength != 0)
+    throw GGUFError("Tensor " + t.name + " has the wrong shape");
+  const __int128 bytes = static_cast<__int128>(rows) * (cols / traits->blockLength) * traits->blockSize;
+  const int64_t avail = size - dataStart;
+  if (t.offset < 0 || t.offset > avail || bytes > avail - t.offset) throw GGUFError("Truncated model file");
+  return base + dataStart + t.offset;
+}
+
 QMatrix GGUFFile::matrix(const std::string& name) const {
   auto it = tensors.find(name);
   if (it == tensors.end() || it->second.dims.size() != 2) throw GGUFError("Missing tensor " + name);
@@ -242,7 +256,7 @@ QMatrix GGUFFile::matrix(const std::string& name) const {
     throw GGUFError("Unsupported quantization (type " + std::to_string(t.type) + ") in " + name);
   QMatrix m{nullptr, t.type, t.dims[1], t.dims[0]};
   if (elementCount(t.dims) < 0) throw GGUFError("Truncated model file");
-  m.ptr = tensorBytes(t, static_cast<size_t>(m.rows) * m.rowBytes());
+  m.ptr = tensorBytes(t, m.rows, m.cols);
   return m;
 }
 
@@ -254,7 +268,9 @@ std::vector<float> GGUFFile::vector(const std::string& name) const {
   int64_t n = elementCount(t.dims);
   if (n < 0) throw GGUFError("Truncated model file");
   QMatrix row{nullptr, t.type, 1, n};
-  row.ptr = tensorBytes(t, row.rowBytes());
+  // Only once the bytes are known to be in the file may n floats be allocated: n is then
+  // bounded by the file's size.
+  row.ptr = tensorBytes(t, 1, n);
   std::vector<float> out(static_cast<size_t>(n), 0.0f);
   dequantRows(row, 0, 1, out.data());
   return out;

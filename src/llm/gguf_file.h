@@ -60,8 +60,8 @@ class GGUFFile {
   uint32_t readU32();
   uint64_t readU64();
   std::string readString();
-  // The byte range of a tensor, checked against the mapping.
-  const uint8_t* tensorBytes(const TensorInfo& t, size_t bytes) const;
+  // The first byte of a tensor read as `rows` rows of `cols` elements, checked to lie in the file.
+  const uint8_t* tensorBytes(const TensorInfo& t, int64_t rows, int64_t cols) const;
 
   int64_t cursor = 0;
 };

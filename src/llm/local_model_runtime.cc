@@ -22,10 +22,13 @@ namespace {
 constexpr int kShortestCuttableUser = 201;
 // Prompt tokens run in one forward pass; a stop is noticed between passes.
 constexpr size_t kPromptPiece = 256;
+// Guessed tokens checked in one pass at most. Up to a handful of rows cost a pass little more
+// than one row (it reads the same weights); the format's guesses rarely run longer.
+constexpr int kMaxDraft = 7;
 
-int greedyToken(const std::vector<float>& logits) {
-  // max_element keeps the first of equal maxima.
-  return static_cast<int>(std::max_element(logits.begin(), logits.end()) - logits.begin());
+// The greedy choice from one row of logits; max_element keeps the first of equal maxima.
+int greedyToken(const float* logits, int vocab) {
+  return static_cast<int>(std::max_element(logits, logits + vocab) - logits);
 }
 
 double secondsSince(std::chrono::steady_clock::time_point t) {
@@ -39,6 +42,7 @@ struct LocalModelRuntime::Request {
   int maxTokens = 0;
   PartialText onPartial;
   std::stop_token stop;
+  ReplyDrafter drafter;
   std::promise<std::optional<std::string>> done;
 };
 
@@ -65,13 +69,14 @@ LocalModelRuntime& LocalModelRuntime::shared() {
 
 std::optional<std::string> LocalModelRuntime::generate(const std::string& system, const std::string& user,
                                                        int maxTokens, const PartialText& onPartial,
-                                                       std::stop_token stop) {
+                                                       std::stop_token stop, ReplyDrafter drafter) {
   auto request = std::make_shared<Request>();
   request->system = system;
   request->user = user;
   request->maxTokens = maxTokens;
   request->onPartial = onPartial;
   request->stop = std::move(stop);
+  request->drafter = std::move(drafter);
   auto result = request->done.get_future();
   {
     std::lock_guard lock(queueMutex_);
@@ -168,13 +173,19 @@ std::optional<std::string> LocalModelRuntime::run(Request& r) {
   }
   stats.promptSeconds = secondsSince(started);
 
+  // `fed` holds the tokens of the last pass, whose logits are the rows of `logits`: the reply's
+  // newest token and any guesses after it. Row `row` scores the token that comes next.
+  const int vocab = m.vocabSize();
+  std::vector<int> fed = {prompt.back()}, reply;
+  int row = 0;
   std::string bytes;
   double decodeSeconds = 0;
   while (!r.stop.stop_requested()) {
-    const int token = greedyToken(logits);
+    const int token = greedyToken(logits.data() + static_cast<size_t>(row) * vocab, vocab);
     if (m.isStop(token)) break;
     const std::vector<uint8_t> piece = m.tokenizer().bytes(token);
     bytes.append(piece.begin(), piece.end());
+    reply.push_back(token);
     ++stats.generatedTokens;
     // Only whole characters are shown: a token may end in the middle of one.
     if (r.onPartial && unicode::isValidUtf8(bytes)) r.onPartial(bytes);
@@ -182,11 +193,27 @@ std::optional<std::string> LocalModelRuntime::run(Request& r) {
     // A caller that has seen enough in the partial text stops here, before paying for a pass
     // whose token nobody will read.
     if (r.stop.stop_requested()) break;
+    if (row + 1 < static_cast<int>(fed.size()) && fed[row + 1] == token) {
+      // The model chose the guess, whose keys, values and logits the last pass already made.
+      ++row;
+      ++stats.acceptedDrafts;
+      cached_.push_back(token);
+      continue;
+    }
+    fed = {token};
+    if (r.drafter) {
+      const auto draft = draftTokens(r.drafter, bytes, reply, r.maxTokens - stats.generatedTokens);
+      fed.insert(fed.end(), draft.begin(), draft.end());
+      stats.draftedTokens += static_cast<int>(draft.size());
+    }
+    // Keys and values of rejected guesses stay behind in the cache past cached_, where the next
+    // pass overwrites them.
     const int position = static_cast<int>(cached_.size());
     started = std::chrono::steady_clock::now();
-    logits = m.forward(std::span<const int>(&token, 1), position);
+    logits = fed.size() == 1 ? m.forward(fed, position) : m.forwardAll(fed, position);
     decodeSeconds += secondsSince(started);
     ++stats.decodeSteps;
+    row = 0;
     cached_.push_back(token);
   }
   stats.generationSeconds = decodeSeconds;
@@ -199,6 +226,25 @@ std::optional<std::string> LocalModelRuntime::run(Request& r) {
   std::string text(trimWhiteSpace(repairUTF8(bytes)));
   if (text.empty()) return std::nullopt;
   return text;
+}
+
+std::vector<int> LocalModelRuntime::draftTokens(const ReplyDrafter& drafter, const std::string& reply,
+                                               const std::vector<int>& replyTokens, int room) {
+  if (room <= 0 || !unicode::isValidUtf8(reply)) return {};
+  const std::string guess = drafter(reply);
+  if (guess.empty()) return {};
+  // Tokenized together with the reply, the guess splits the way the model would write it; when
+  // the reply's own tokens don't come back first (the guess merged into its last word), the
+  // guess alone still gives usable tokens.
+  BPETokenizer& tokenizer = model_->tokenizer();
+  std::vector<int> whole = tokenizer.encode(reply + guess);
+  std::vector<int> tokens;
+  if (whole.size() > replyTokens.size() && std::equal(replyTokens.begin(), replyTokens.end(), whole.begin()))
+    tokens.assign(whole.begin() + static_cast<std::ptrdiff_t>(replyTokens.size()), whole.end());
+  else
+    tokens = tokenizer.encode(guess);
+  tokens.resize(std::min<size_t>(tokens.size(), static_cast<size_t>(std::min(room, kMaxDraft))));
+  return tokens;
 }
 
 void LocalModelRuntime::setLastError(std::optional<std::string> e) {

@@ -15,6 +15,8 @@
 #include <thread>
 #include <vector>
 
+#include "llm/reply_drafter.h"
+
 namespace skimlet {
 
 class Transformer;
@@ -35,7 +37,9 @@ class LocalModelRuntime {
     int promptTokens = 0;    // after fitting into the context
     int reusedTokens = 0;    // of those, already in the key/value cache from the request before
     int generatedTokens = 0;
-    int decodeSteps = 0;     // one-token passes (the first new token comes from the prompt's pass)
+    int decodeSteps = 0;     // passes after the prompt's (the first new token comes from the prompt's pass)
+    int draftedTokens = 0;   // guessed tokens checked in those passes
+    int acceptedDrafts = 0;  // of those, the ones the model agreed with
     int userCharacters = 0;  // of the user text, after fitting
     double promptSeconds = 0;
     double generationSeconds = 0;  // all decode steps together
@@ -58,9 +62,11 @@ class LocalModelRuntime {
 
   // One greedy chat completion. Blocks until the worker has run it; none when the model can't be
   // loaded, the prompt doesn't fit, nothing but white space came out, or `stop` was requested
-  // (even if text was already streamed). Never throws.
+  // (even if text was already streamed). `drafter`, when given, guesses how the reply goes on;
+  // the reply is the same with or without it. Never throws.
   std::optional<std::string> generate(const std::string& system, const std::string& user, int maxTokens,
-                                      const PartialText& onPartial = {}, std::stop_token stop = {});
+                                      const PartialText& onPartial = {}, std::stop_token stop = {},
+                                      ReplyDrafter drafter = {});
 
   // The last load failure; none once the model has loaded.
   std::optional<std::string> lastError() const;
@@ -72,6 +78,8 @@ class LocalModelRuntime {
   void workerLoop(std::stop_token);
   std::optional<std::string> run(Request& r);
   bool ensureLoaded();
+  std::vector<int> draftTokens(const ReplyDrafter& drafter, const std::string& reply, const std::vector<int>& replyTokens,
+                               int room);
   void setLastError(std::optional<std::string> e);
 
   Options options_;

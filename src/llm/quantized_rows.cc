@@ -1,6 +1,8 @@
 #include "llm/quantized_rows.h"
 
+#include <algorithm>
 #include <cmath>
+#include <limits>
 
 namespace skimlet {
 
@@ -19,14 +21,28 @@ void quantizeRows(const float* x, int n, int64_t cols, int blockLen, QuantizedRo
       const float* src = x + t * cols + b * blockLen;
       int8_t* q = out.q.data() + t * cols + b * blockLen;
       float amax = 0;
-      for (int i = 0; i < blockLen; ++i) amax = std::max(amax, std::fabs(src[i]));
-      const float d = amax / 127.0f;
-      const float id = d != 0 ? 1.0f / d : 0.0f;
+      bool finite = true;  // NaN fails the comparison too
+      for (int i = 0; i < blockLen; ++i) {
+        const float a = std::fabs(src[i]);
+        amax = std::max(amax, a);
+        finite &= a <= std::numeric_limits<float>::max();
+      }
+      // Weights from a corrupt file can make activations infinite or NaN, which have no int8,
+      // or so small that the inverse scale overflows; such a block counts as zeros rather than
+      // converting them (undefined).
+      float d = amax / 127.0f;
+      float id = d != 0 ? 1.0f / d : 0.0f;
+      finite &= id <= std::numeric_limits<float>::max();
+      if (!finite) d = id = 0;
       // Adding and removing 1.5 × 2^23 rounds to the nearest integer, ties to even, exactly as
       // nearbyint does for values this small (|v| <= 127), but without a library call per value,
       // so the loop vectorizes.
       constexpr float kRound = 12582912.0f;
-      for (int i = 0; i < blockLen; ++i) q[i] = static_cast<int8_t>((src[i] * id + kRound) - kRound);
+      if (finite) {
+        for (int i = 0; i < blockLen; ++i) q[i] = static_cast<int8_t>((src[i] * id + kRound) - kRound);
+      } else {
+        std::fill_n(q, blockLen, int8_t{0});
+      }
       out.d[t * blocks + b] = d;
       if (blockLen == 256) {
         int16_t* s = out.sums.data() + t * (cols / 16) + b * 16;

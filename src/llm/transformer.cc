@@ -67,19 +67,29 @@ void Transformer::load(int maxContext) {
   const GGUFFile& f = *file;
   arch = f.stringValue("general.architecture").value_or("");
   if (arch != "qwen2" && arch != "llama") throw GGUFError("Unsupported model architecture \u201C" + arch + "\u201D");
-  auto required = [&](const std::string& name) {
-    const std::string key = arch + "." + name;
-    auto v = f.intValue(key);
-    if (!v) throw GGUFError("Missing metadata " + key);
+  // Hyper-parameters are read wide and bounded before anything is sized by them: a corrupt
+  // file must fail with a message, not allocate gigabytes or wrap around to a plausible value.
+  // The bounds are several times the largest open models'.
+  auto bounded = [&](const std::string& name, std::optional<int64_t> v, int64_t most) {
+    if (!v) throw GGUFError("Missing metadata " + arch + "." + name);
+    if (*v < 1 || *v > most) throw GGUFError("Unsupported model shape");
     return static_cast<int>(*v);
   };
-  nLayer = required("block_count");
-  nEmbd = required("embedding_length");
-  nFF = required("feed_forward_length");
-  nHead = required("attention.head_count");
-  nKV = static_cast<int>(f.intValue(arch + ".attention.head_count_kv").value_or(nHead));
-  hd = static_cast<int>(f.intValue(arch + ".attention.key_length").value_or(nHead > 0 ? nEmbd / nHead : 0));
-  ctx = static_cast<int>(std::min<int64_t>(f.intValue(arch + ".context_length").value_or(maxContext), maxContext));
+  auto key = [&](const std::string& name) { return f.intValue(arch + "." + name); };
+  nLayer = bounded("block_count", key("block_count"), 4096);
+  nEmbd = bounded("embedding_length", key("embedding_length"), 1 << 17);
+  nFF = bounded("feed_forward_length", key("feed_forward_length"), 1 << 20);
+  nHead = bounded("attention.head_count", key("attention.head_count"), 4096);
+  nKV = bounded("attention.head_count_kv", key("attention.head_count_kv").value_or(nHead), 4096);
+  hd = bounded("attention.key_length", key("attention.key_length").value_or(nEmbd / nHead), 4096);
+  const int64_t fileContext = key("context_length").value_or(maxContext);
+  if (fileContext < 1 || maxContext < 1) throw GGUFError("Unsupported model shape");
+  ctx = static_cast<int>(std::min<int64_t>(fileContext, maxContext));
+  if (hd % 2 != 0 || nHead % nKV != 0) throw GGUFError("Unsupported model shape");
+  // Every layer has at least nine tensors of its own, so a block count the directory cannot
+  // hold is refused before a layer is made.
+  if (static_cast<int64_t>(nLayer) * 9 > static_cast<int64_t>(f.tensors.size()))
+    throw GGUFError("Unsupported model shape");
   eps = f.floatValue(arch + ".attention.layer_norm_rms_epsilon").value_or(1e-6f);
   const double base = f.floatValue(arch + ".rope.freq_base").value_or(10000.0f);
   invFreq.resize(hd / 2);
@@ -108,19 +118,20 @@ void Transformer::load(int maxContext) {
     if (v.size() != size) throw GGUFError("Tensor " + name + " has the wrong shape");
     return v;
   };
-  if (nLayer <= 0 || nEmbd <= 0 || nFF <= 0 || nHead <= 0 || nKV <= 0 || hd <= 0 || hd % 2 != 0 || nHead % nKV != 0 ||
-      ctx <= 0)
-    throw GGUFError("Unsupported model shape");
   embd = matrix("token_embd.weight", -1, nEmbd);
-  outW = f.hasTensor("output.weight") ? matrix("output.weight", -1, nEmbd) : embd;
+  // Every token the tokenizer can produce, and every one the output can pick, is a row of
+  // the embedding.
+  if (embd.rows < static_cast<int64_t>(tokens->size())) throw GGUFError("Tensor token_embd.weight has the wrong shape");
+  outW = f.hasTensor("output.weight") ? matrix("output.weight", embd.rows, nEmbd) : embd;
   outNorm = vector("output_norm.weight", nEmbd);
+  // Both fit an int: each is at most 4096 × 4096.
   const int qDim = nHead * hd;
-  layers.resize(nLayer);
+  layers.reserve(nLayer);
   for (int i = 0; i < nLayer; ++i) {
     const std::string p = "blk." + std::to_string(i) + ".";
-    Layer& L = layers[i];
-    L.attnNorm = vector(p + "attn_norm.weight", nEmbd);
-    L.ffnNorm = vector(p + "ffn_norm.weight", nEmbd);
+    Layer& L = layers.emplace_back();
+    // The matrices come first: their shapes are checked without reading anything, while each
+    // vector is converted (and sized by its hyper-parameter) as it is read.
     L.wq = matrix(p + "attn_q.weight", qDim, nEmbd);
     L.wk = matrix(p + "attn_k.weight", kvDim(), nEmbd);
     L.wv = matrix(p + "attn_v.weight", kvDim(), nEmbd);
@@ -128,6 +139,8 @@ void Transformer::load(int maxContext) {
     L.wg = matrix(p + "ffn_gate.weight", nFF, nEmbd);
     L.wu = matrix(p + "ffn_up.weight", nFF, nEmbd);
     L.wd = matrix(p + "ffn_down.weight", nEmbd, nFF);
+    L.attnNorm = vector(p + "attn_norm.weight", nEmbd);
+    L.ffnNorm = vector(p + "ffn_norm.weight", nEmbd);
     if (f.hasTensor(p + "attn_q.bias")) L.bq = vector(p + "attn_q.bias", qDim);
     if (f.hasTensor(p + "attn_k.bias")) L.bk = vector(p + "attn_k.bias", kvDim());
     if (f.hasTensor(p + "attn_v.bias")) L.bv = vector(p + "attn_v.bias", kvDim());
@@ -199,9 +212,16 @@ void Transformer::attention(int layer, int n, int start, const float* q, float* 
   });
 }
 
-std::vector<float> Transformer::forward(std::span<const int> tokens, int start) {
+std::vector<float> Transformer::forward(std::span<const int> tokens, int start) { return run(tokens, start, 1); }
+
+std::vector<float> Transformer::forwardAll(std::span<const int> tokens, int start) {
+  return run(tokens, start, static_cast<int>(tokens.size()));
+}
+
+std::vector<float> Transformer::run(std::span<const int> tokens, int start, int outputs) {
   const int n = static_cast<int>(tokens.size());
   if (n == 0) return {};
+  outputs = std::clamp(outputs, 1, n);
   const size_t E = nEmbd, Q = static_cast<size_t>(nHead) * hd, KV = kvDim(), F = nFF;
   std::vector<float> x(n * E), h(n * E), q(n * Q), att(n * Q), tmp(n * E), g(n * F), u(n * F);
   for (int i = 0; i < n; ++i) {
@@ -250,9 +270,9 @@ std::vector<float> Transformer::forward(std::span<const int> tokens, int start) 
     matmul(g.data(), n, L.wd, tmp.data());
     addRows(x.data(), tmp.data(), n * E);
   }
-  rmsNorm(x.data() + (n - 1) * E, outNorm, 1, nEmbd, eps, h.data());
-  std::vector<float> logits(outW.rows);
-  matmul(h.data(), 1, outW, logits.data());
+  rmsNorm(x.data() + (n - outputs) * E, outNorm, outputs, nEmbd, eps, h.data());
+  std::vector<float> logits(static_cast<size_t>(outputs) * outW.rows);
+  matmul(h.data(), outputs, outW, logits.data());
   return logits;
 }
 

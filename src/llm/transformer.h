@@ -38,6 +38,9 @@ class Transformer {
   // Keys and values of positions < start are kept, so a caller may reuse a cached prefix;
   // start + tokens.size() must not exceed contextSize().
   std::vector<float> forward(std::span<const int> tokens, int start);
+  // The same, returning the logits of every one of the tokens (row i follows token i), which a
+  // caller checking several guessed tokens at once needs.
+  std::vector<float> forwardAll(std::span<const int> tokens, int start);
 
   int contextSize() const { return ctx; }
   int vocabSize() const { return static_cast<int>(outW.rows); }
@@ -55,6 +58,8 @@ class Transformer {
 
  private:
   void load(int maxContext);
+  // Logits of the last `outputs` rows.
+  std::vector<float> run(std::span<const int> tokens, int start, int outputs);
   void attention(int layer, int n, int start, const float* q, float* out);
 
   std::unique_ptr<GGUFFile> file;

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "browser/browser_tracker.h"
+#include "engine/secrets.h"
 #include "engine/understand.h"
 #include "intent/intent_parser.h"
 #include "text/text_util.h"
@@ -114,7 +115,7 @@ void PaletteViewModel::submit() {
     if (understanding->stage != Understanding::Stage::rules && !understandingShown) showUnderstanding();
 
     const Intent intent = std::move(understanding->intent);
-    post([text = title(intent)](PaletteViewModel& vm) { vm.setPhase(Working{text}); });
+    post([text = Secrets::workingTitle(intent)](PaletteViewModel& vm) { vm.setPhase(Working{text}); });
     Outcome outcome = engine->run(intent, stop);
     if (stop.stop_requested()) return;
     post([outcome = std::move(outcome)](PaletteViewModel& vm) { vm.apply(outcome); });

@@ -2,6 +2,8 @@
 // the helpers the subcommands share.
 #include <gtest/gtest.h>
 
+#include <cstring>
+
 #include <cstdio>
 #include <fstream>
 #include <sstream>
@@ -89,15 +91,38 @@ TEST(OutcomeText, MarkdownIsRenderedForATerminalAndPlainForAPipe) {
   EXPECT_EQ(choose.str(), "? Which one?\n  1. Save — Preferences\n  2. Save C:\\**all**\nAdd --pick N to choose one.\n");
 }
 
+TEST(OutcomeText, PageTextCannotControlTheTerminal) {
+  // Clear screen, a colour, a bell, a carriage return, an 8-bit CSI: a page's words only print.
+  const std::string hostile = "Sign\x1b[2J in\x1b[31m\x07\rX\xC2\x9B" "1m";
+  EXPECT_EQ(OutcomeText::inert(hostile + "\r\nnext\tcol"), "Sign\uFFFD[2J in\uFFFD[31m\uFFFD\uFFFDX\uFFFD1m\nnext\tcol");
+  ActionResult r = ActionResult::success("Clicked **" + hostile + "**", {"Selected: " + hostile});
+  r.body = hostile;
+  r.items = {FoundItem{.text = hostile}};
+  Confirmation c{hostile, hostile, "Click", {hostile}, {}};
+  for (const Outcome& o : {Outcome(r), Outcome(c)}) {
+    std::ostringstream out;
+    OutcomeText(true).print(out, o);
+    std::string shown = out.str();
+    for (const char* ours : {"\x1b[1m", "\x1b[22m", "\x1b[2m"})  // the tool's own styling stays
+      for (size_t at; (at = shown.find(ours)) != std::string::npos;) shown.erase(at, std::strlen(ours));
+    EXPECT_EQ(shown.find_first_of("\x1b\x07\r"), std::string::npos) << shown;
+    EXPECT_EQ(shown.find("\xC2\x9B"), std::string::npos) << shown;
+  }
+}
+
 class TempFile {
  public:
-  explicit TempFile(const std::string& text) : path_(::testing::TempDir() + "cli_test_recording.json") {
+  // Named after the test, as tests of this program run side by side.
+  explicit TempFile(const std::string& text)
+      : path_(::testing::TempDir() + "cli_test_" + ::testing::UnitTest::GetInstance()->current_test_info()->name() +
+              std::to_string(count_++) + ".json") {
     std::ofstream(path_) << text;
   }
   ~TempFile() { std::remove(path_.c_str()); }
   const std::string& path() const { return path_; }
 
  private:
+  static inline int count_ = 0;
   std::string path_;
 };
 
@@ -122,6 +147,24 @@ TEST(FixtureSession, RecordingsThatCannotBeReplayedSayWhere) {
 
   TempFile editor(R"({"app": {"name": "TextEdit", "bundleID": "com.apple.TextEdit"}, "window": {"role": "AXWindow"}})");
   EXPECT_EQ(loadError(editor.path()), editor.path() + ": app.bundleID: “com.apple.TextEdit” is not a supported browser");
+}
+
+// Found by mutating recordings: a stack overflow, a raw library message, an endless read.
+TEST(FixtureSession, HostileRecordingsAreRefusedWithAMessage) {
+  std::string deep = R"({"app": {"bundleID": "com.apple.Safari"}, "window": )";
+  for (int i = 0; i < 12000; ++i) deep += R"({"role": "AXGroup", "children": [)";
+  deep += "{}";
+  for (int i = 0; i < 12000; ++i) deep += "]}";
+  deep += "}";
+  TempFile nested(deep);
+  const std::string error = loadError(nested.path());
+  EXPECT_EQ(error.substr(0, nested.path().size() + 24), nested.path() + ": window.children[0].chi") << error;
+  EXPECT_NE(error.find("nested more than 1000 levels deep"), std::string::npos) << error;
+
+  TempFile huge(R"({"app": {"bundleID": "com.apple.Safari"}, "window": {"frame": [0, 0, 1e400, 1]}})");
+  EXPECT_EQ(loadError(huge.path()).find(huge.path() + ": not valid JSON: number overflow"), 0u) << loadError(huge.path());
+
+  EXPECT_EQ(loadError("/dev/zero"), "/dev/zero: larger than 128 MB, too large for a recorded page");
 }
 
 TEST(FixtureSession, ARunShowsWhatWasDoneWithSecretsMasked) {

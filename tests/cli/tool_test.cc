@@ -24,9 +24,10 @@ struct ToolRun {
   std::string out;
 };
 
-ToolRun tool(const std::string& arguments) {
+// What the tool prints; with `errors`, its error output follows on the same pipe.
+ToolRun tool(const std::string& arguments, bool errors = false) {
   ToolRun r;
-  const std::string command = std::string(SKIMLET_TOOL) + " " + arguments + " 2>/dev/null";
+  const std::string command = std::string(SKIMLET_TOOL) + " " + arguments + (errors ? " 2>&1" : " 2>/dev/null");
   FILE* pipe = ::popen(command.c_str(), "r");
   if (!pipe) return r;
   std::array<char, 4096> buffer;
@@ -51,6 +52,17 @@ TEST(Tool, RunOnARecordedPageAnswersOneObject) {
   ASSERT_EQ(run["outcomes"].size(), 1u);
   EXPECT_EQ(run["outcomes"][0]["type"], "confirm");
   EXPECT_EQ(run["events"], json::array());  // nothing was pressed without the user's yes
+}
+
+TEST(Tool, APasswordIsNeverRepeated) {
+  // Not in the intent's title, nor in the note about an unused --confirm; a closing quote in
+  // the password does not end its masking.
+  auto r = tool("run --fixture " + testing::sourcePath("tests/pages/engine_signup.json") +
+                    " --json --confirm 'type hu”nter2 into the password field'",
+                true);
+  EXPECT_EQ(r.status, 0) << r.out;
+  EXPECT_EQ(r.out.find("nter2"), std::string::npos) << r.out;
+  EXPECT_NE(r.out.find("••••••••"), std::string::npos) << r.out;
 }
 
 #if !defined(__APPLE__)

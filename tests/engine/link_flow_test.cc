@@ -110,6 +110,14 @@ TEST(OpenArticle, TheFocusedLinkComesFirst) {
   EXPECT_EQ(opened.kind, ActionResult::Kind::success);
   EXPECT_EQ(opened.headline, "Opened the focused link");
   EXPECT_THAT(page.eventLines(), ElementsAre("press AXLink “Pricing FAQ”"));
+
+  // A page that puts focus on a risky link gets a question, not a press.
+  r.window.children.at(0).children.at(3).title = "Delete account";
+  EngineOnPage risky(r);
+  Outcome asked = risky.command("open the article");
+  ASSERT_TRUE(asked.confirm());
+  EXPECT_EQ(asked.confirm()->title, "Click “Delete account”?");
+  EXPECT_TRUE(risky.events().empty());
 }
 
 // Safari leaves these links unnamed: their words are the text runs (or the image) inside them.

@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <random>
+
 #include "llm/pre_tokenizer.h"
 #include "support/gguf_writer.h"
 
@@ -77,6 +80,48 @@ TEST(BPETokenizer, MergesByRankAcrossTheWholePiece) {
   const std::string sp = byteSymbol(' ');
   BPETokenizer w = make({sp + " h", sp + "h i", "h i"});
   EXPECT_EQ(texts(w, w.encode("hi hi")), (Pieces{"hi", sp + "hi"}));
+}
+
+// Merging pass by pass, the plain way: the lowest-ranked pair anywhere, then all its
+// non-overlapping occurrences left to right.
+Pieces mergedPlainly(const std::string& word, const std::vector<std::string>& merges) {
+  Pieces s;
+  for (char c : word) s.emplace_back(1, c);
+  for (;;) {
+    size_t best = merges.size(), at = 0;
+    for (size_t i = 0; i + 1 < s.size(); ++i) {
+      const size_t r = std::find(merges.begin(), merges.end(), s[i] + " " + s[i + 1]) - merges.begin();
+      if (r < best) best = r, at = i;
+    }
+    if (best == merges.size()) return s;
+    const std::string l = s[at], r = s[at + 1];
+    Pieces out;
+    for (size_t i = 0; i < s.size(); ++i) {
+      if (i + 1 < s.size() && s[i] == l && s[i + 1] == r) out.push_back(l + r), ++i;
+      else out.push_back(s[i]);
+    }
+    s = out;
+  }
+}
+
+TEST(BPETokenizer, MergesAsPassByPassMergingWould) {
+  // Random rule lists over a three-letter alphabet make every kind of overlap: chains, runs of
+  // one letter, and new pairs that outrank the pair being merged.
+  std::mt19937 rng(7);
+  for (int trial = 0; trial < 200; ++trial) {
+    std::vector<std::string> symbols = {"a", "b", "c"}, merges;
+    for (int k = 0; k < 12; ++k) {
+      const std::string l = symbols[rng() % symbols.size()], r = symbols[rng() % symbols.size()];
+      if (l.size() + r.size() > 8) continue;
+      merges.push_back(l + " " + r);
+      symbols.push_back(l + r);
+    }
+    std::shuffle(merges.begin(), merges.end(), rng);
+    BPETokenizer t = make(merges);
+    std::string word;
+    for (int k = 0, len = 1 + static_cast<int>(rng() % 24); k < len; ++k) word += "abc"[rng() % 3];
+    ASSERT_EQ(texts(t, t.encode(word)), mergedPlainly(word, merges)) << word;
+  }
 }
 
 TEST(BPETokenizer, UnknownSymbolsAreDroppedAndMarkersAreText) {

@@ -250,5 +250,38 @@ TEST(GGUFFile, CorruptFilesFailWithoutReadingOutsideTheFile) {
   EXPECT_THROW(f.vector("m"), GGUFError);
 }
 
+// Values a fuzzer found: each once reached memory outside the file, or a raw library error.
+TEST(GGUFFile, HugeCountsSizesAndAlignmentsAreRefused) {
+  {
+    // Rounding up to an alignment near 2^63 wrapped the data start around to a negative offset.
+    GGUFWriter w;
+    w.addU64("general.alignment", (1ull << 63) - 16000);
+    w.addTensor("v", {4}, GGMLType::f32, f32Bytes({1, 2, 3, 4}));
+    w.addString("pad", std::string(1100, 'x'));
+    EXPECT_EQ(messageOf(written(w, "align.gguf")), "Truncated model file");
+  }
+  {
+    // A tensor count of 2^63 read as negative: no tensors, and a misleading "Missing tensor".
+    GGUFWriter w;
+    w.addString("pad", std::string(1100, 'x'));
+    std::vector<uint8_t> bytes = w.bytes();
+    const auto count = bytesOf<uint64_t>(1ull << 63);
+    std::copy(count.begin(), count.end(), bytes.begin() + 8);
+    writeBytes(scratchPath("tensors.gguf"), bytes);
+    EXPECT_EQ(messageOf(scratchPath("tensors.gguf")), "Truncated model file");
+  }
+  // Dimensions whose byte count wraps past 2^64 to something small, and rows that are not
+  // whole blocks.
+  GGUFWriter w;
+  w.addTensor("big", {1ll << 62}, GGMLType::f32, f32Bytes({1, 2, 3, 4}));
+  w.addTensor("wide", {1ll << 31, 1ll << 31}, GGMLType::f16, f32Bytes({1, 2}));
+  w.addTensor("partial", {100, 1}, GGMLType::q8_0, std::vector<uint8_t>(200, 0));
+  w.addString("pad", std::string(1100, 'x'));
+  GGUFFile f(written(w, "dims.gguf"));
+  EXPECT_EQ(errorOf([&] { f.vector("big"); }), "Truncated model file");
+  EXPECT_EQ(errorOf([&] { f.matrix("wide"); }), "Truncated model file");
+  EXPECT_EQ(errorOf([&] { f.matrix("partial"); }), "Tensor partial has the wrong shape");
+}
+
 }  // namespace
 }  // namespace skimlet

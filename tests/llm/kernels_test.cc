@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <limits>
@@ -218,6 +219,17 @@ TEST(QuantizedProduct, ActivationQuantizationKeepsSums) {
     int s = 0;
     for (int i = 0; i < 16; ++i) s += q.q[16 * g + i];
     EXPECT_EQ(q.sums[g], s);
+  }
+  // A fuzzed model made activations NaN, infinite or subnormal: such a block counts as zeros.
+  for (float bad : {std::nanf(""), INFINITY, 1e-40f}) {
+    std::vector<float> y(512, 1.0f);
+    if (bad == 1e-40f) std::fill(y.begin(), y.begin() + 256, 0.0f);  // a subnormal largest value
+    y[3] = bad;
+    QuantizedRows b;
+    quantizeRows(y.data(), 1, 512, 256, b);
+    EXPECT_EQ(b.d[0], 0.0f);
+    EXPECT_EQ(std::count(b.q.begin(), b.q.begin() + 256, 0), 256);
+    EXPECT_EQ(b.q[300], 127);
   }
 }
 

@@ -389,6 +389,39 @@ TEST(LocalModelRuntime, ALongPromptRunInPiecesAnswersAsOnePassDoes) {
   EXPECT_EQ(text.value_or(""), expected);
 }
 
+// Guessed continuations are checked, never trusted: right guesses save passes, wrong ones change
+// nothing, and the text is always the one plain greedy decoding gives.
+TEST(LocalModelRuntime, GuessedTokensSavePassesAndNeverChangeTheText) {
+  const std::string path = scratchPath("model.gguf");
+  const std::string reply = "find|cost";
+  writeScriptedModel(path, answering(reply));
+  LocalModelRuntime runtime(at(path));
+  ASSERT_EQ(runtime.generate("sys", "hi", 20), reply);
+  const int plainPasses = runtime.lastRun()->decodeSteps;
+
+  const ReplyDrafter right = [&](std::string_view sofar) { return reply.substr(sofar.size()); };
+  const ReplyDrafter wrong = [](std::string_view) { return std::string("zebra quilt|0||"); };
+  // Right up to the bar, then wrong: the pass keeps the agreed part and the model's own token.
+  const ReplyDrafter half = [](std::string_view sofar) { return sofar == "f" ? std::string("ind|xyz") : ""; };
+  struct Case {
+    const char* name;
+    ReplyDrafter drafter;
+    int passes;
+  };
+  // Right: one pass checks seven guesses, one more sees the stop after the last letter.
+  for (const Case& c : {Case{"right", right, 2}, Case{"wrong", wrong, plainPasses}, Case{"half", half, 5}}) {
+    SCOPED_TRACE(c.name);
+    Partials partials;
+    EXPECT_EQ(runtime.generate("sys", "hi", 20, partials.sink(), {}, c.drafter), reply);
+    EXPECT_EQ(partials.texts.size(), reply.size());
+    const auto stats = runtime.lastRun();
+    EXPECT_EQ(stats->generatedTokens, static_cast<int>(reply.size()));
+    EXPECT_EQ(stats->decodeSteps, c.passes);
+  }
+  // A guess never runs past the token limit.
+  EXPECT_EQ(runtime.generate("sys", "hi", 3, {}, {}, right), "fin");
+}
+
 TEST(LocalModelRuntime, ReferenceModelsGiveTheSameTextWithReusedPrefixes) {
   for (const char* name : {"tiny-f16.gguf", "tiny-q8_0.gguf", "tiny-q4km.gguf"}) {
     SCOPED_TRACE(name);

@@ -80,8 +80,19 @@ TEST(Transformer, CachedPrefixesGiveTheLogitsOfAFullRun) {
     // Token by token, overwriting a longer conversation that was there before.
     model.forward(std::vector<int>(40, 101), 0);
     std::vector<float> last;
-    for (size_t i = 0; i < tokens.size(); ++i) last = model.forward(all.subspan(i, 1), static_cast<int>(i));
+    std::vector<std::vector<float>> each;
+    for (size_t i = 0; i < tokens.size(); ++i) {
+      last = model.forward(all.subspan(i, 1), static_cast<int>(i));
+      if (i >= 15) each.push_back(last);
+    }
     EXPECT_LT(maxDifference(last, whole), 1e-4f);
+    // Every row of a batch's logits is the one its position alone gives.
+    const std::vector<float> rows = model.forwardAll(all.subspan(15), 15);
+    const size_t vocab = static_cast<size_t>(model.vocabSize());
+    ASSERT_EQ(rows.size(), each.size() * vocab);
+    for (size_t i = 0; i < each.size(); ++i)
+      EXPECT_LT(maxDifference(std::vector<float>(rows.begin() + i * vocab, rows.begin() + (i + 1) * vocab), each[i]),
+                1e-4f) << i;
   }
 }
 
@@ -122,6 +133,41 @@ TEST(Transformer, OptionalTensorsAndChatMarkers) {
     ADD_FAILURE() << "a model without ChatML markers loaded";
   } catch (const GGUFError& e) {
     EXPECT_STREQ(e.what(), "Model isn't a ChatML-style instruct model");
+  }
+}
+
+// Hyper-parameters from a corrupt file once sized allocations of gigabytes, wrapped around to
+// small values, or accepted a model whose tokens have no embedding.
+TEST(Transformer, ImplausibleHyperParametersAreRefusedBeforeAllocating) {
+  const std::string path = scratchPath("shape.gguf");
+  struct Case {
+    std::string key;
+    uint64_t value;
+  };
+  for (const Case& c : std::vector<Case>{{"qwen2.attention.key_length", (1ull << 31) - 2},
+                                         {"qwen2.embedding_length", (1ull << 31) - 1},
+                                         {"qwen2.block_count", 1000000},
+                                         {"qwen2.block_count", (1ull << 31) - 1},
+                                         {"qwen2.block_count", (1ull << 32) + 2}}) {
+    SCOPED_TRACE(c.key + " = " + std::to_string(c.value));
+    testing::RandomModel model;
+    model.overrides = {{c.key, c.value}};
+    testing::writeRandomModel(path, model, 3);
+    try {
+      Transformer loaded(path, 2048);
+      ADD_FAILURE() << "loaded";
+    } catch (const GGUFError& e) {
+      EXPECT_STREQ(e.what(), "Unsupported model shape");
+    }
+  }
+  testing::RandomModel empty;
+  empty.embeddingRows = 0;
+  testing::writeRandomModel(path, empty, 3);
+  try {
+    Transformer loaded(path, 2048);
+    ADD_FAILURE() << "an embedding without rows loaded";
+  } catch (const GGUFError& e) {
+    EXPECT_STREQ(e.what(), "Tensor token_embd.weight has the wrong shape");
   }
 }
 

@@ -1,3 +1,4 @@
+#include "browser/snapshot_capture.h"
 #include "support/desktop_fixture.h"
 
 #include <chrono>

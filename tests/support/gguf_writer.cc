@@ -381,6 +381,7 @@ void writeRandomModel(const std::string& path, const RandomModel& model, uint64_
   w.addRaw("tokenizer.ggml.token_type", 9, types);
   w.addStrings("tokenizer.ggml.merges", randomModelMerges(model.words));
   w.addU32("tokenizer.ggml.eos_token_id", static_cast<uint32_t>(tokens.size() - 3));
+  for (const auto& [key, value] : model.overrides) w.addU64(key, value);
 
   auto matrix = [&](const std::string& name, const std::string& role, int layer, int64_t cols, int64_t rows) {
     const uint32_t type = typeOf(role, layer);
@@ -418,7 +419,7 @@ void writeRandomModel(const std::string& path, const RandomModel& model, uint64_
     w.addTensor(name, {size}, GGMLType::f32, quantize(GGMLType::f32, x.data(), size));
   };
   const int q = model.heads * model.headDim, kv = model.kvHeads * model.headDim;
-  matrix("token_embd.weight", "token_embd", -1, model.embd, model.vocab);
+  matrix("token_embd.weight", "token_embd", -1, model.embd, model.embeddingRows < 0 ? model.vocab : model.embeddingRows);
   vector("output_norm.weight", model.embd, 1.0f, 0.1f);
   if (!model.tiedOutput) matrix("output.weight", "output", -1, model.embd, model.vocab);
   for (int l = 0; l < model.layers; ++l) {

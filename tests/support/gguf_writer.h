@@ -90,6 +90,9 @@ struct RandomModel {
   // of quantizing fresh random numbers (fast enough for a full-size model).
   int64_t pooledAbove = 1 << 22;
   std::set<std::string> omit;  // metadata keys or tensor names to leave out
+  // Written after the model's own metadata, so they win: corrupt hyper-parameters.
+  std::vector<std::pair<std::string, uint64_t>> overrides;
+  int64_t embeddingRows = -1;  // -1: the vocabulary's size
   // Words that become single tokens, alone and after a space, by merges ranked after the chat
   // roles' own: English text then splits into about as many tokens as a real vocabulary makes.
   std::vector<std::string> words;

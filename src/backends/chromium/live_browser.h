@@ -9,34 +9,20 @@
 #include <mutex>
 #include <optional>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "backends/chromium/browser_process.h"
 #include "backends/chromium/cdp_client.h"
+#include "backends/chromium/page_cache.h"
 #include "backends/chromium/page_tree.h"
 #include "platform/geometry.h"
 
 namespace skimlet::chromium {
 
-struct Tab {
-  std::string targetId;
-  std::string sessionId;
-  std::string url;
-  std::string title;
-  int loadsStarted = 0;  // main-frame loads begun and ended, to wait for a navigation to finish
-  int loadsStopped = 0;
-};
-
 struct History {
   bool canGoBack = false;
   bool canGoForward = false;
 };
-
-// Heights of the browser's own bands above the page, in points: the tab strip, then the
-// toolbar. Headless Chromium reserves the same room above its viewport.
-inline constexpr double kTabStripHeight = 40;
-inline constexpr double kToolbarHeight = 40;
 
 class LiveBrowser {
  public:
@@ -124,24 +110,6 @@ class LiveBrowser {
   void pump();
   void waitForLoad(const std::string& targetId, int startedBefore, double timeout);
   void waitUntilReady(const std::string& targetId, double timeout);
-  void refresh(const std::string& targetId);
-  // Frees a tree nobody is handed any more on a thread of its own: a large page's tree takes
-  // tens of milliseconds to free, which the next read shouldn't wait for.
-  void retire(std::unique_ptr<PageTreeReader> old);
-  struct Cache;
-  // Compares the page's state with the cached tree's and follows what it can; a tree that
-  // cannot be followed is no longer valid.
-  void check(const std::string& targetId);
-  bool follow(const Tab& tab, Cache& c, const Json& now);
-  // Reads the children of these nodes, then of the next nodes in document order until the tree
-  // holds `until` exposed nodes.
-  void fetch(const std::string& session, PageTreeReader& reader, const std::vector<std::string>& first,
-             std::size_t until);
-  // Lists a page node's children, reading what is missing for it.
-  void listChildren(const std::string& session, PageTreeReader& reader, int index);
-  // Lists the page nodes down to the accessibility node that Accessibility.getAXNodeAndAncestors
-  // finds with these parameters.
-  void reach(const std::string& session, PageTreeReader& reader, const Json& params);
   Tab* find(const std::string& targetId);
 
   std::recursive_mutex mutex_;
@@ -154,20 +122,7 @@ class LiveBrowser {
   std::vector<std::string> openedByPage_;  // tabs the page opened, still loading when noticed
   double polledAt_ = -1;  // when the pipe was last looked at for events
 
-  struct Cache {
-    std::unique_ptr<PageTreeReader> reader;
-    // The read before, kept until the next so that a tree handed out just before a re-read
-    // stays valid while its caller finishes with it.
-    std::unique_ptr<PageTreeReader> previous;
-    History history;
-    Json generation;  // the page's own state when the tree was read (or last followed)
-    bool valid = false;
-    bool check = false;  // an effect may have changed the page since
-  };
-  std::unordered_map<std::string, Cache> cache_;
-  std::jthread retiring_;
-  Rect window_{0, 0, 1200, 800};
-  Rect viewport_{0, 143, 1200, 657};
+  std::unique_ptr<PageCache> pages_;  // made with the pipe it reads through
 };
 
 }  // namespace skimlet::chromium

@@ -4,7 +4,6 @@
 #include <cstdint>
 #include <fstream>
 #include <limits>
-#include <sstream>
 
 #include "page/roles.h"
 
@@ -16,14 +15,40 @@ bool Node::valueSettable() const { return settable.value_or(Roles::textInput(rol
 
 namespace {
 
-[[noreturn]] void fail(const std::string& where, const std::string& what) { throw RecordingError(where + ": " + what); }
+// Where in the recording a value sits, as a chain up to the root. The text ("window.children[2]
+// .frame") is built only for an error: copying it at every level made a deep tree quadratic.
+struct Where {
+  const Where* parent = nullptr;
+  const char* key = nullptr;  // a member of the parent, or none for a list element
+  size_t index = 0;           // the element's index when key is none
 
-std::string text(const json& j, const std::string& where) {
+  std::string text() const {
+    std::string s = parent ? parent->text() : "";
+    if (key) {
+      if (!s.empty()) s += '.';
+      s += key;
+    } else {
+      s += "[" + std::to_string(index) + "]";
+    }
+    return s;
+  }
+  Where member(const char* k) const { return Where{this, k}; }
+  Where element(size_t i) const { return Where{this, nullptr, i}; }
+};
+
+// Deeper than any real page's tree (the crawl stops at 80 levels), shallow enough that the
+// recursive walks over a tree never come near the end of the stack.
+constexpr int kMaxDepth = 1000;
+
+[[noreturn]] void fail(const std::string& where, const std::string& what) { throw RecordingError(where + ": " + what); }
+[[noreturn]] void fail(const Where& where, const std::string& what) { fail(where.text(), what); }
+
+std::string text(const json& j, const Where& where) {
   if (!j.is_string()) fail(where, "expected a string");
   return j.get<std::string>();
 }
 
-bool boolean(const json& j, const std::string& where) {
+bool boolean(const json& j, const Where& where) {
   if (!j.is_boolean()) fail(where, "expected true or false");
   return j.get<bool>();
 }
@@ -34,59 +59,60 @@ bool fitsInt32(const json& j) {
   return v >= INT32_MIN && v <= INT32_MAX;
 }
 
-Node parseNode(const json& j, const std::string& where, std::string& focusedAt) {
+Node parseNode(const json& j, const Where& where, int depth, std::string& focusedAt) {
   if (!j.is_object()) fail(where, "expected an object (a node)");
+  if (depth > kMaxDepth) fail(where, "nodes nested more than " + std::to_string(kMaxDepth) + " levels deep");
   Node n;
   auto field = [&](const char* key) -> const json* {
     auto it = j.find(key);
     return it == j.end() || it->is_null() ? nullptr : &*it;
   };
-  auto at = [&](const char* key) { return where + "." + key; };
   for (auto [key, out] : {std::pair{"role", &n.role}, {"subrole", &n.subrole}, {"title", &n.title},
                           {"description", &n.description}, {"help", &n.help}, {"placeholder", &n.placeholder}}) {
-    if (auto v = field(key)) *out = text(*v, at(key));
+    if (auto v = field(key)) *out = text(*v, where.member(key));
   }
   if (auto v = field("value")) {
     if (v->is_string()) n.value = v->get<std::string>();
     else if (v->is_boolean()) n.value = v->get<bool>();
     else if (v->is_number()) n.value = v->get<double>();
-    else fail(at("value"), "expected a string, number or boolean");
+    else fail(where.member("value"), "expected a string, number or boolean");
   }
-  if (auto v = field("url")) n.url = text(*v, at("url"));
+  if (auto v = field("url")) n.url = text(*v, where.member("url"));
   if (auto v = field("frame")) {
-    if (!v->is_array() || v->size() != 4) fail(at("frame"), "expected [x, y, width, height]");
+    if (!v->is_array() || v->size() != 4) fail(where.member("frame"), "expected [x, y, width, height]");
     double f[4];
     for (int i = 0; i < 4; ++i) {
-      if (!(*v)[i].is_number()) fail(at("frame"), "expected [x, y, width, height]");
+      if (!(*v)[i].is_number()) fail(where.member("frame"), "expected [x, y, width, height]");
       f[i] = (*v)[i].get<double>();
     }
     n.frame = Rect{f[0], f[1], f[2], f[3]};
   }
-  if (auto v = field("enabled")) n.enabled = boolean(*v, at("enabled"));
-  if (auto v = field("hidden")) n.hidden = boolean(*v, at("hidden"));
+  if (auto v = field("enabled")) n.enabled = boolean(*v, where.member("enabled"));
+  if (auto v = field("hidden")) n.hidden = boolean(*v, where.member("hidden"));
   if (auto v = field("focused")) {
-    n.focused = boolean(*v, at("focused"));
+    n.focused = boolean(*v, where.member("focused"));
     if (n.focused) {
-      if (!focusedAt.empty()) fail(at("focused"), "only one node may be focused (" + focusedAt + " is too)");
-      focusedAt = where;
+      if (!focusedAt.empty()) fail(where.member("focused"), "only one node may be focused (" + focusedAt + " is too)");
+      focusedAt = where.text();
     }
   }
   if (auto v = field("actions")) {
-    if (!v->is_array()) fail(at("actions"), "expected a list of action names");
-    for (std::size_t i = 0; i < v->size(); ++i) n.actions.push_back(text((*v)[i], at("actions") + "[" + std::to_string(i) + "]"));
+    const Where at = where.member("actions");
+    if (!v->is_array()) fail(at, "expected a list of action names");
+    for (std::size_t i = 0; i < v->size(); ++i) n.actions.push_back(text((*v)[i], at.element(i)));
   }
-  if (auto v = field("settable")) n.settable = boolean(*v, at("settable"));
-  if (auto v = field("keystrokes")) n.keystrokes = boolean(*v, at("keystrokes"));
+  if (auto v = field("settable")) n.settable = boolean(*v, where.member("settable"));
+  if (auto v = field("keystrokes")) n.keystrokes = boolean(*v, where.member("keystrokes"));
   if (auto v = field("pressError")) {
     // Error codes are 32-bit; anything wider would wrap into some other code.
-    if (!v->is_number_integer() || !fitsInt32(*v)) fail(at("pressError"), "expected an error code such as -25202");
+    if (!v->is_number_integer() || !fitsInt32(*v)) fail(where.member("pressError"), "expected an error code such as -25202");
     n.pressError = v->get<int>();
   }
   if (auto v = field("children")) {
-    if (!v->is_array()) fail(at("children"), "expected a list of nodes");
+    const Where at = where.member("children");
+    if (!v->is_array()) fail(at, "expected a list of nodes");
     n.children.reserve(v->size());
-    for (std::size_t i = 0; i < v->size(); ++i)
-      n.children.push_back(parseNode((*v)[i], at("children") + "[" + std::to_string(i) + "]", focusedAt));
+    for (std::size_t i = 0; i < v->size(); ++i) n.children.push_back(parseNode((*v)[i], at.element(i), depth + 1, focusedAt));
   }
   return n;
 }
@@ -99,9 +125,9 @@ Recording parseRecording(const json& j) {
   auto app = j.find("app");
   if (app == j.end()) fail("app", "missing");
   if (!app->is_object()) fail("app", "expected an object with name, bundleID and pid");
-  if (auto v = app->find("name"); v != app->end() && !v->is_null()) r.app.name = text(*v, "app.name");
-  if (auto v = app->find("bundleID"); v != app->end() && !v->is_null()) r.app.bundleID = text(*v, "app.bundleID");
-  if (auto v = app->find("bundlePath"); v != app->end() && !v->is_null()) r.app.bundlePath = text(*v, "app.bundlePath");
+  if (auto v = app->find("name"); v != app->end() && !v->is_null()) r.app.name = text(*v, Where{nullptr, "app.name"});
+  if (auto v = app->find("bundleID"); v != app->end() && !v->is_null()) r.app.bundleID = text(*v, Where{nullptr, "app.bundleID"});
+  if (auto v = app->find("bundlePath"); v != app->end() && !v->is_null()) r.app.bundlePath = text(*v, Where{nullptr, "app.bundlePath"});
   if (auto v = app->find("pid"); v != app->end() && !v->is_null()) {
     // Process ids are 32-bit, and the replayed Finder takes the next one.
     if (!v->is_number_integer() || !fitsInt32(*v) || v->get<long long>() <= 0 ||
@@ -109,11 +135,11 @@ Recording parseRecording(const json& j) {
       fail("app.pid", "expected a positive whole number");
     r.app.pid = v->get<Pid>();
   }
-  if (auto v = j.find("front"); v != j.end() && !v->is_null()) r.front = boolean(*v, "front");
+  if (auto v = j.find("front"); v != j.end() && !v->is_null()) r.front = boolean(*v, Where{nullptr, "front"});
   auto window = j.find("window");
   if (window == j.end() || window->is_null()) fail("window", "missing");
   std::string focusedAt;
-  r.window = parseNode(*window, "window", focusedAt);
+  r.window = parseNode(*window, Where{nullptr, "window"}, 1, focusedAt);
   return r;
 }
 
@@ -121,8 +147,9 @@ Recording parseRecording(std::string_view text) {
   json j;
   try {
     j = json::parse(text);
-  } catch (const json::parse_error& e) {
-    // nlohmann's message names the byte offset of the problem; keep it.
+  } catch (const json::exception& e) {
+    // nlohmann's message names the byte offset of the problem (or the number that does not
+    // fit a double); keep it, without the library's error number.
     std::string what = e.what();
     auto colon = what.find("] ");
     throw RecordingError("not valid JSON: " + (colon == std::string::npos ? what : what.substr(colon + 2)));
@@ -133,10 +160,16 @@ Recording parseRecording(std::string_view text) {
 Recording loadRecording(const std::string& path) {
   std::ifstream in(path, std::ios::binary);
   if (!in) throw RecordingError(path + ": cannot open the file");
-  std::stringstream buffer;
-  buffer << in.rdbuf();
+  // Read at most one byte past the limit, so an endless source (a device, a pipe) stops too.
+  std::string data;
+  char chunk[1 << 16];
+  while (data.size() <= kMaxRecordingBytes && in.read(chunk, sizeof chunk).gcount() > 0)
+    data.append(chunk, static_cast<size_t>(in.gcount()));
+  if (data.size() > kMaxRecordingBytes)
+    throw RecordingError(path + ": larger than " + std::to_string(kMaxRecordingBytes >> 20) + " MB, too large for a recorded page");
+  if (in.bad()) throw RecordingError(path + ": cannot read the file");
   try {
-    return parseRecording(std::string_view(buffer.str()));
+    return parseRecording(std::string_view(data));
   } catch (const RecordingError& e) {
     throw RecordingError(path + ": " + e.what());
   }

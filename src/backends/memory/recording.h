@@ -66,8 +66,11 @@ class RecordingError : public std::runtime_error {
 Recording parseRecording(const nlohmann::json& json);
 // Parses JSON text; syntax errors are RecordingErrors too.
 Recording parseRecording(std::string_view text);
-// Reads a file; a missing or unreadable file is a RecordingError naming it.
+// Reads a file; a missing or unreadable file, or one larger than kMaxRecordingBytes, is a
+// RecordingError naming it.
 Recording loadRecording(const std::string& path);
+// Many times the largest page a crawl reads, small enough to hold in memory several times over.
+inline constexpr size_t kMaxRecordingBytes = size_t{128} << 20;
 
 nlohmann::json toJson(const Node& node);
 nlohmann::json toJson(const Recording& recording);
