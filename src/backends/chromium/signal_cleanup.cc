@@ -15,7 +15,9 @@ namespace skimlet::chromium {
 namespace {
 
 // Everything the handler reads is plain memory filled in beforehand: a handler may only make
-// async-signal-safe calls, so the profile is deleted by a forked rm rather than by the library.
+// async-signal-safe calls, so the profile is deleted by a spawned rm rather than by the library.
+// The rm is started with vfork, not fork: fork runs the libraries' at-fork handlers, and
+// OpenBLAS's takes a lock that the interrupted thread may hold, which hung the process.
 struct Entry {
   std::atomic<bool> used{false};
   std::atomic<pid_t> group{0};  // 0: no browser started yet
@@ -29,7 +31,7 @@ void onSignal(int sig) {
   for (Entry& e : entries) {
     if (!e.used.load()) continue;
     if (const pid_t group = e.group.load(); group > 0) ::kill(-group, SIGKILL);
-    const pid_t rm = ::fork();
+    const pid_t rm = ::vfork();
     if (rm == 0) {
       char* const argv[] = {const_cast<char*>("rm"), const_cast<char*>("-rf"), e.dir, nullptr};
       ::execv("/bin/rm", argv);
