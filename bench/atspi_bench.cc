@@ -14,10 +14,10 @@
 #include <vector>
 
 #if !defined(__APPLE__)
-#include "browser/snapshot_capture.h"
 #include "backends/atspi/desktop_session.h"
-#include "platform/memory_settings.h"
+#include "browser/snapshot_capture.h"
 #include "page/page_snapshot.h"
+#include "platform/memory_settings.h"
 #include "support/desktop_harness.h"
 
 namespace skimlet {
@@ -119,11 +119,12 @@ int run(DesktopHarness::Browser browser, const std::string& path) {
   if (!alone.v.empty())
     std::printf("  the browser alone answering the node list: median %6.1f ms  → capture / node list = %.1f×\n",
                 alone.median(), cold.median() / alone.median());
-  std::printf("  where a cold capture goes (medians): node list %.1f ms, role/state/names/extents %.1f ms, "
-              "text/links/actions %.1f ms, extents re-read %.1f ms (%.0f rounds), the rest (window's controls, "
-              "crawl, lines) %.1f ms\n",
-              list.median(), first.median(), second.median(), extents.median(), rounds.median(),
-              cold.median() - list.median() - first.median() - second.median() - extents.median());
+  std::printf(
+      "  where a cold capture goes (medians): node list %.1f ms, role/state/names/extents %.1f ms, "
+      "text/links/actions %.1f ms, extents re-read %.1f ms (%.0f rounds), the rest (window's controls, "
+      "crawl, lines) %.1f ms\n",
+      list.median(), first.median(), second.median(), extents.median(), rounds.median(),
+      cold.median() - list.median() - first.median() - second.median() - extents.median());
   return 0;
 }
 

@@ -47,7 +47,8 @@ void BM_CrawlPage(benchmark::State& state) {
   Page page;
   const PageSnapshot snap = *captureSnapshot(page.target, page.platform);
   for (auto _ : state)
-    benchmark::DoNotOptimize(Crawler::crawl(page.platform.ax, page.platform.clock, snap.webArea->element, Crawler::pageLimits));
+    benchmark::DoNotOptimize(
+        Crawler::crawl(page.platform.ax, page.platform.clock, snap.webArea->element, Crawler::pageLimits));
 }
 
 void BM_Lines(benchmark::State& state) {

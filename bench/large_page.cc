@@ -57,7 +57,8 @@ memory::Recording largePage(int elements) {
   PageMaker m;
   Node web = m.node("AXWebArea", "The Harbour Gazette");
   Node nav = m.node("AXGroup");
-  for (int i = 0; i < 19; ++i) nav.children.push_back(m.node("AXLink", "Section " + std::to_string(i % 6), {"AXPress"}));
+  for (int i = 0; i < 19; ++i)
+    nav.children.push_back(m.node("AXLink", "Section " + std::to_string(i % 6), {"AXPress"}));
   web.children.push_back(std::move(nav));
   for (int s = 0; m.count() + 30 <= elements; ++s) {
     Node h = m.node("AXHeading", "Chapter " + std::to_string(s));
@@ -69,8 +70,9 @@ memory::Recording largePage(int elements) {
     const bool landmark = s == elements / 30 * 2 / 3;
     Node p = m.node("AXGroup");
     for (int t = 0; t < 4; ++t)
-      p.children.push_back(m.text(landmark && t == 2 ? "Tickets for the winter festival cost $12.50 at the harbour station."
-                                                     : sentence(seed, 14)));
+      p.children.push_back(m.text(landmark && t == 2
+                                      ? "Tickets for the winter festival cost $12.50 at the harbour station."
+                                      : sentence(seed, 14)));
     Node a = m.node("AXLink", "", {"AXPress", "AXShowMenu"});
     a.children.push_back(m.text(sentence(seed, 3)));
     p.children.push_back(std::move(a));
@@ -92,8 +94,8 @@ memory::Recording largePage(int elements) {
     field.value = sentence(seed, 4);
     form.children.push_back(std::move(field));
     form.children.push_back(m.node("AXCheckBox", "Notify me", {"AXPress"}));
-    form.children.push_back(m.node("AXButton", landmark ? "Get the weekly newsletter" : "Post comment " + std::to_string(s % 4),
-                                   {"AXPress"}));
+    form.children.push_back(m.node(
+        "AXButton", landmark ? "Get the weekly newsletter" : "Post comment " + std::to_string(s % 4), {"AXPress"}));
     Node img = m.node("AXImage");
     img.description = "Photo: " + sentence(seed, 4);
     form.children.push_back(std::move(img));
@@ -106,7 +108,8 @@ memory::Recording largePage(int elements) {
   PageMaker chrome;  // the browser's own controls, outside the page's count
   r.window = chrome.node("AXWindow", "The Harbour Gazette");
   Node toolbar = chrome.node("AXToolbar");
-  for (const char* b : {"Back", "Forward", "Reload this page"}) toolbar.children.push_back(chrome.node("AXButton", b, {"AXPress"}));
+  for (const char* b : {"Back", "Forward", "Reload this page"})
+    toolbar.children.push_back(chrome.node("AXButton", b, {"AXPress"}));
   r.window.children.push_back(std::move(toolbar));
   r.window.children.push_back(std::move(web));
   return r;

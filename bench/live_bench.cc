@@ -79,7 +79,8 @@ int run(const Page& page) {
   for (int i = 0; i < 5; ++i) {
     auto start = std::chrono::steady_clock::now();
     chromiumNodes = session->browser().tabCall("Accessibility.getFullAXTree")["nodes"].size();
-    session->browser().tabCall("DOMSnapshot.captureSnapshot", {{"computedStyles", nlohmann::json::array({"position"})}});
+    session->browser().tabCall("DOMSnapshot.captureSnapshot",
+                               {{"computedStyles", nlohmann::json::array({"position"})}});
     answers.push_back(msSince(start));
   }
 
@@ -98,16 +99,17 @@ int run(const Page& page) {
   }
   session->close();
 
-  std::printf("live page: %s, %zu nodes in Chromium's accessibility tree, %zu of them read as the desktop shows them"
-              " (ignored ones left out), %zu page elements crawled\n",
-              page.path.c_str(), chromiumNodes, nodes, elements);
+  std::printf(
+      "live page: %s, %zu nodes in Chromium's accessibility tree, %zu of them read as the desktop shows them"
+      " (ignored ones left out), %zu page elements crawled\n",
+      page.path.c_str(), chromiumNodes, nodes, elements);
   std::printf("capture, median of runs (target ≤ 300 ms):\n");
   std::printf("  cold (freshly loaded page):  %7.1f ms\n", median(cold));
   std::printf("  re-read (cached tree gone):  %7.1f ms\n", median(reread));
   std::printf("  warm (page unchanged):       %7.1f ms\n", median(warm));
   std::printf("Chromium answering the whole tree, then the DOM snapshot, alone: %.1f ms\n", median(answers));
-  std::printf("click, median of runs (target ≤ 500 ms):\n  \"%s\" → %s: %.1f ms\n", command.c_str(),
-              headline.c_str(), median(clicks));
+  std::printf("click, median of runs (target ≤ 500 ms):\n  \"%s\" → %s: %.1f ms\n", command.c_str(), headline.c_str(),
+              median(clicks));
   return 0;
 }
 

@@ -158,22 +158,30 @@ void printGenerationAgainstMemory() {
   const double bytesPerToken = static_cast<double>(std::filesystem::file_size(modelPath()));
   const double bandwidth = memoryReadBytesPerSecond();
   const double ceiling = bandwidth / bytesPerToken;
-  std::printf("memory read on %d threads: %.1f GB/s, which allows at most %.1f tokens/s for %.0f MB of weights a token;"
-              " generation (median %.1f tokens/s) runs at %.0f%% of that\n",
-              ThreadPool::shared().threads(), bandwidth / 1e9, ceiling, bytesPerToken / 1e6, median,
-              100 * median / ceiling);
+  std::printf(
+      "memory read on %d threads: %.1f GB/s, which allows at most %.1f tokens/s for %.0f MB of weights a token;"
+      " generation (median %.1f tokens/s) runs at %.0f%% of that\n",
+      ThreadPool::shared().threads(), bandwidth / 1e9, ceiling, bytesPerToken / 1e6, median, 100 * median / ceiling);
 }
 
 // Repeated because the machine may be shared: the median and the best run are the figures.
 BENCHMARK(BM_Prompt)->Arg(kPromptTokens)->Iterations(1)->Repetitions(3)->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(BM_Generate)->Iterations(kGeneratedTokens)->Repetitions(3)->Unit(benchmark::kMillisecond)->UseRealTime();
-BENCHMARK(BM_Pass)->Arg(1)->Arg(2)->Arg(4)->Arg(8)->Arg(16)->Iterations(8)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_Pass)
+    ->Arg(1)
+    ->Arg(2)
+    ->Arg(4)
+    ->Arg(8)
+    ->Arg(16)
+    ->Iterations(8)
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime();
 
 // A system text of about `tokens` tokens in the model's tokenizer: words added until the system
 // turn is that long.
 std::string systemText(Transformer& m, int tokens) {
-  static const char* const words[] = {"You", "map", "a", "command", "for", "the", "web", "page", "to", "one",
-                                      "action", "line", "with", "its", "target", "and", "role", "only."};
+  static const char* const words[] = {"You", "map",    "a",    "command", "for", "the",    "web", "page", "to",
+                                      "one", "action", "line", "with",    "its", "target", "and", "role", "only."};
   std::string text;
   for (size_t i = 0;; ++i) {
     std::string next = text + (text.empty() ? "" : " ") + words[i % std::size(words)];
@@ -217,9 +225,9 @@ double peakResidentMB() {
 // is the time to the first token.
 void printRuntimeFigures(const std::string& system) {
   LocalModelRuntime runtime(LocalModelRuntime::Options{modelPath(), 2048});
-  const char* const commands[] = {"click the blue sign in button", "open the second article about tides",
-                                  "type my email into the newsletter box", "scroll down to the comments",
-                                  "show me the shipping costs", "close this tab"};
+  const char* const commands[] = {
+      "click the blue sign in button", "open the second article about tides", "type my email into the newsletter box",
+      "scroll down to the comments",   "show me the shipping costs",          "close this tab"};
   std::vector<double> ttft;
   for (const char* command : commands) {
     const auto started = std::chrono::steady_clock::now();
@@ -227,8 +235,8 @@ void printRuntimeFigures(const std::string& system) {
     const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - started).count();
     const auto s = runtime.lastRun();
     if (!s) continue;
-    std::printf("request \"%s\": prompt %d tokens (%d reused), first token after %.3f s\n", command,
-                s->promptTokens, s->reusedTokens, seconds);
+    std::printf("request \"%s\": prompt %d tokens (%d reused), first token after %.3f s\n", command, s->promptTokens,
+                s->reusedTokens, seconds);
     if (s->reusedTokens > 0) ttft.push_back(seconds);
   }
   if (ttft.empty()) return;

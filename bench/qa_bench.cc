@@ -17,9 +17,9 @@ namespace {
 
 using memory::Node;
 
-const char* const words[] = {"parcel",  "delivery", "order",   "account", "return", "refund",  "tracking", "service",
-                             "address", "payment",  "invoice", "store",   "member", "support", "warranty", "product",
-                             "price",   "weekly",   "offer",   "garden",  "kitchen", "travel", "update",  "message"};
+const char* const words[] = {"parcel",  "delivery", "order",   "account", "return",  "refund",  "tracking", "service",
+                             "address", "payment",  "invoice", "store",   "member",  "support", "warranty", "product",
+                             "price",   "weekly",   "offer",   "garden",  "kitchen", "travel",  "update",   "message"};
 const std::string question = "how much does express shipping cost?";
 
 Node node(std::string role, std::string title, Rect frame, std::vector<std::string> actions = {}) {
@@ -54,17 +54,15 @@ memory::Recording largePage() {
     web.children.push_back(node("AXHeading", "Section " + std::to_string(s) + " " + sentence(seed, 3), frame(30)));
     Node paragraph = node("AXGroup", "", frame(60));
     for (int t = 0; t < 3; ++t) {
-      std::string text = s == 120 && t == 1 ? "Express shipping costs $12.50 and arrives the next business day."
-                                            : sentence(seed, 22);
+      std::string text =
+          s == 120 && t == 1 ? "Express shipping costs $12.50 and arrives the next business day." : sentence(seed, 22);
       Node run = node("AXStaticText", "", frame(20));
       run.value = text;
       paragraph.children.push_back(std::move(run));
     }
     web.children.push_back(std::move(paragraph));
-    for (int l = 0; l < 20; ++l)
-      web.children.push_back(node("AXLink", sentence(seed, 4), frame(18), {"AXPress"}));
-    for (int b = 0; b < 5; ++b)
-      web.children.push_back(node("AXButton", sentence(seed, 2), frame(24), {"AXPress"}));
+    for (int l = 0; l < 20; ++l) web.children.push_back(node("AXLink", sentence(seed, 4), frame(18), {"AXPress"}));
+    for (int b = 0; b < 5; ++b) web.children.push_back(node("AXButton", sentence(seed, 2), frame(24), {"AXPress"}));
   }
   memory::Recording r;
   r.app.name = "Safari", r.app.bundleID = "com.apple.Safari", r.app.pid = 501;

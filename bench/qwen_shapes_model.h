@@ -33,24 +33,23 @@ inline testing::RandomModel qwenShapes() {
   m.weightScale = 0.02f;
   m.words = {
       // Commands and what they name on a page.
-      "click", "tap", "press", "hit", "select", "choose", "open", "close", "go", "back", "forward", "reload",
-      "refresh", "scroll", "down", "up", "top", "bottom", "find", "search", "show", "list", "read", "summarize",
-      "type", "enter", "write", "fill", "put", "copy", "paste", "switch", "tab", "tabs", "new", "next",
-      "previous", "link", "links", "button", "buttons", "field", "box", "form", "page", "site", "article",
-      "section", "menu", "image", "picture", "gallery", "sign", "log", "account", "password", "email", "mail",
-      "address", "name", "phone", "number", "newsletter", "comments", "comment", "cart", "checkout", "order",
-      "price", "pricing", "cost", "costs", "shipping", "delivery", "refunds", "refund", "returns", "help",
-      "settings", "profile", "blue", "red", "green", "first", "second", "third", "last", "main", "times",
-      "tides", "part", "where", "people", "leave", "thing", "signs", "starts", "bring", "whatever", "talks",
-      "jump", "get", "want", "give", "tell", "explain", "does", "say", "said",
+      "click", "tap", "press", "hit", "select", "choose", "open", "close", "go", "back", "forward", "reload", "refresh",
+      "scroll", "down", "up", "top", "bottom", "find", "search", "show", "list", "read", "summarize", "type", "enter",
+      "write", "fill", "put", "copy", "paste", "switch", "tab", "tabs", "new", "next", "previous", "link", "links",
+      "button", "buttons", "field", "box", "form", "page", "site", "article", "section", "menu", "image", "picture",
+      "gallery", "sign", "log", "account", "password", "email", "mail", "address", "name", "phone", "number",
+      "newsletter", "comments", "comment", "cart", "checkout", "order", "price", "pricing", "cost", "costs", "shipping",
+      "delivery", "refunds", "refund", "returns", "help", "settings", "profile", "blue", "red", "green", "first",
+      "second", "third", "last", "main", "times", "tides", "part", "where", "people", "leave", "thing", "signs",
+      "starts", "bring", "whatever", "talks", "jump", "get", "want", "give", "tell", "explain", "does", "say", "said",
       // Common words.
-      "the", "a", "an", "and", "or", "of", "to", "in", "into", "on", "at", "for", "with", "about", "from", "by",
-      "this", "that", "these", "those", "it", "its", "is", "are", "was", "be", "can", "could", "would", "should",
-      "you", "your", "me", "my", "i", "we", "our", "they", "what", "which", "who", "how", "why", "when", "there",
-      "here", "please", "just", "all", "every", "each", "one", "two", "three", "some", "any", "more", "most",
-      "only", "not", "no", "yes", "do", "make", "use", "see", "look", "like", "than", "then", "out", "as",
-      "if", "so", "but", "also", "very", "much", "many", "other", "same", "time", "day", "way", "web",
-      "command", "action", "line", "target", "role", "text", "answer", "question", "user", "model", "words"};
+      "the", "a", "an", "and", "or", "of", "to", "in", "into", "on", "at", "for", "with", "about", "from", "by", "this",
+      "that", "these", "those", "it", "its", "is", "are", "was", "be", "can", "could", "would", "should", "you", "your",
+      "me", "my", "i", "we", "our", "they", "what", "which", "who", "how", "why", "when", "there", "here", "please",
+      "just", "all", "every", "each", "one", "two", "three", "some", "any", "more", "most", "only", "not", "no", "yes",
+      "do", "make", "use", "see", "look", "like", "than", "then", "out", "as", "if", "so", "but", "also", "very",
+      "much", "many", "other", "same", "time", "day", "way", "web", "command", "action", "line", "target", "role",
+      "text", "answer", "question", "user", "model", "words"};
   m.typeOf = [n = m.layers](const std::string& role, int layer) {
     using namespace GGMLType;
     // The layers that the Q4_K_M recipe gives more bits: the first and last eighth, and every

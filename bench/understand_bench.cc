@@ -66,12 +66,18 @@ LocalModelRuntime& runtime() {
 }
 
 const std::vector<std::string> kCommands = {
-    "could you hit the thing that signs me in", "bring up whatever talks about refunds",
-    "jump to where people leave comments",      "get the newsletter box and put my address there",
-    "i want the third picture in the gallery",  "show the part about delivery times",
-    "take me to the reviews section",           "go bakc",
-    "put hello in the search box",              "shut this tab",
-    "scroll down to the pricing table",         "press the blue subscribe button",
+    "could you hit the thing that signs me in",
+    "bring up whatever talks about refunds",
+    "jump to where people leave comments",
+    "get the newsletter box and put my address there",
+    "i want the third picture in the gallery",
+    "show the part about delivery times",
+    "take me to the reviews section",
+    "go bakc",
+    "put hello in the search box",
+    "shut this tab",
+    "scroll down to the pricing table",
+    "press the blue subscribe button",
 };
 
 void BM_ParseIntent(benchmark::State& state) {
@@ -119,7 +125,11 @@ int main(int argc, char** argv) {
   // pass per token, for the ratio).
   auto* b = benchmark::RegisterBenchmark("BM_ParseIntent", BM_ParseIntent)->ArgNames({"cap", "drafts"});
   if (!onRealModel()) b->Args({9, 0})->Args({9, 1});
-  b->Args({40, 0})->Args({40, 1})->Iterations(static_cast<int64_t>(kCommands.size()))->Unit(benchmark::kMillisecond)->UseRealTime();
+  b->Args({40, 0})
+      ->Args({40, 1})
+      ->Iterations(static_cast<int64_t>(kCommands.size()))
+      ->Unit(benchmark::kMillisecond)
+      ->UseRealTime();
   benchmark::Initialize(&argc, argv);
   benchmark::RunSpecifiedBenchmarks();
   benchmark::Shutdown();

@@ -21,10 +21,10 @@
 #include "desktop_session.h"
 #include "interactive_palette.h"
 #include "line_palette.h"
-#include "options.h"
-#include "page_argument.h"
 #include "model_choice.h"
+#include "options.h"
 #include "outcome_text.h"
+#include "page_argument.h"
 #include "palette/palette_view_model.h"
 #include "platform/json_settings.h"
 
@@ -33,7 +33,8 @@ namespace {
 
 int browseCommand(const Args& args);
 
-const Command kBrowse{"browse", std::string("browse [--visible] [--why | --no-why] ") + modelUsage + " URL|FILE | --desktop",
+const Command kBrowse{"browse",
+                      std::string("browse [--visible] [--why | --no-why] ") + modelUsage + " URL|FILE | --desktop",
                       "Opens a page in Chromium and takes commands for it, as the palette does.", browseCommand};
 
 struct BrowseOptions {
@@ -57,8 +58,9 @@ void greet(chromium::LiveSession& session, const LocalAI& ai, const OutcomeText&
   if (interactive) {
     std::cout << text.dim("What do you want to do? Try \"click sign in\" or \"what does shipping cost?\".") << "\n";
   } else {
-    std::cout << text.dim("Type a command (\"click sign in\", \"what does shipping cost?\"); \"help\" lists some; "
-                          "Ctrl-D or \"quit\" ends.")
+    std::cout << text.dim(
+                     "Type a command (\"click sign in\", \"what does shipping cost?\"); \"help\" lists some; "
+                     "Ctrl-D or \"quit\" ends.")
               << "\n";
   }
 }
@@ -117,8 +119,9 @@ int browseCommand(const Args& args) {
     options.launch.visible = o.visible;
     std::cout << text.dim("Opening Chromium…") << "\n" << std::flush;
     if (o.visible && !hasDisplay())
-      std::cout << text.dim("No display here, so Chromium runs headless: commands work, but there is no window to "
-                            "watch.")
+      std::cout << text.dim(
+                       "No display here, so Chromium runs headless: commands work, but there is no window to "
+                       "watch.")
                 << "\n";
     session = chromium::LiveSession::open(page->url(), settings, options);
   } catch (const std::exception& e) {

@@ -11,11 +11,11 @@ namespace skimlet::cli {
 using Args = std::vector<std::string>;
 
 struct Command {
-  std::string name;     // e.g. "parse"
-  std::string usage;    // e.g. "parse [--json] COMMAND"
-  std::string summary;  // one line for the overview
+  std::string name;                     // e.g. "parse"
+  std::string usage;                    // e.g. "parse [--json] COMMAND"
+  std::string summary;                  // one line for the overview
   std::function<int(const Args&)> run;  // arguments after the name; returns the exit status
-  std::string details = {};  // more for `skimlet help NAME`: options, exit statuses
+  std::string details = {};             // more for `skimlet help NAME`: options, exit statuses
 };
 
 int registerCommand(Command c);

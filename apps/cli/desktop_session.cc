@@ -36,8 +36,7 @@ int browseDesktop(Settings& settings, Models& models, std::optional<bool> why) {
   std::cout << text.dim("Commands act on the page in front in " + desktop->target.browserName() + " — " +
                         models.ai().statusText())
             << "\n";
-  if (!interactive)
-    std::cout << text.dim("Type a command; \"help\" lists some; Ctrl-D or \"quit\" ends.") << "\n";
+  if (!interactive) std::cout << text.dim("Type a command; \"help\" lists some; Ctrl-D or \"quit\" ends.") << "\n";
   session.runLoop().runPending();  // the tracker learns of the browser
   auto vm = PaletteViewModel::create(session.platform(), session.tracker(), models.ai());
   vm->showWhy = why.value_or(!interactive);

@@ -126,7 +126,8 @@ void InteractivePalette::handle(const Key& key) {
         pick(vm_.selected());
       } else if (suggestion_ >= 0 && showsSuggestions(editor_.text())) {
         const auto list = vm_.suggestions();
-        const Suggestion s = list[static_cast<std::size_t>(std::min<int>(suggestion_, static_cast<int>(list.size()) - 1))];
+        const Suggestion s =
+            list[static_cast<std::size_t>(std::min<int>(suggestion_, static_cast<int>(list.size()) - 1))];
         suggestion_ = -1;
         if (s.runs) printAbove("› " + s.fill + "\n");
         vm_.use(s);
@@ -157,7 +158,8 @@ void InteractivePalette::handle(const Key& key) {
         pick(std::stoi(key.text) - 1);
         return;
       }
-      if (editor_.text().empty() && confirming && (key.text == "y" || key.text == "Y" || key.text == "n" || key.text == "N")) {
+      if (editor_.text().empty() && confirming &&
+          (key.text == "y" || key.text == "Y" || key.text == "n" || key.text == "N")) {
         answerConfirmation(key.text == "y" || key.text == "Y");
         return;
       }

@@ -61,11 +61,11 @@ class InteractivePalette {
   bool awaitingOutcome_ = false;  // a command or follow-up runs whose outcome is not yet printed
   int spinner_ = 0;
   int suggestion_ = -1;
-  int item_ = -1;                 // the result item shown last with Tab
+  int item_ = -1;  // the result item shown last with Tab
   std::vector<std::string> history_;
   int historyAt_ = 0;
-  int drawnCursorLine_ = 0;       // where the cursor was left in the drawn region
-  int columns_ = 0;               // the terminal's width at the last look
+  int drawnCursorLine_ = 0;  // where the cursor was left in the drawn region
+  int columns_ = 0;          // the terminal's width at the last look
   bool drawn_ = false;
 };
 

@@ -1,7 +1,7 @@
 #include "interrupt.h"
 
-#include <csignal>
 #include <chrono>
+#include <csignal>
 #include <thread>
 
 namespace skimlet::cli {

@@ -148,7 +148,9 @@ int info(const Args& args) {
 }
 
 int tokenize(const Args& args) {
-  if (args.size() != 3) return subUsage("tokenize FILE TEXT", args.size() < 3 ? "give a model file and a text" : "too many arguments (quote the text)");
+  if (args.size() != 3)
+    return subUsage("tokenize FILE TEXT",
+                    args.size() < 3 ? "give a model file and a text" : "too many arguments (quote the text)");
   const std::string& path = args[1];
   std::unique_ptr<BPETokenizer> tokenizer;
   try {
@@ -173,7 +175,8 @@ int generate(const Args& args) {
   int maxTokens = 256;
   for (size_t i = 1; i < args.size(); ++i) {
     const std::string& a = args[i];
-    if (i + 1 >= args.size()) return subUsage(usage, a.rfind("--", 0) == 0 ? a + " needs a value" : "unexpected argument " + a);
+    if (i + 1 >= args.size())
+      return subUsage(usage, a.rfind("--", 0) == 0 ? a + " needs a value" : "unexpected argument " + a);
     const std::string& value = args[++i];
     if (a == "--model") model = value;
     else if (a == "--system") system = value;
@@ -191,10 +194,13 @@ int generate(const Args& args) {
   InterruptScope interrupt;
   std::string streamed;
   // Each partial is the whole text so far; only what is new is written.
-  auto result = runtime.generate(system, *user, maxTokens, [&](const std::string& text) {
-    std::cout << text.substr(streamed.size()) << std::flush;
-    streamed = text;
-  }, interrupt.stopToken());
+  auto result = runtime.generate(
+      system, *user, maxTokens,
+      [&](const std::string& text) {
+        std::cout << text.substr(streamed.size()) << std::flush;
+        streamed = text;
+      },
+      interrupt.stopToken());
   if (!streamed.empty()) std::cout << "\n";
   // The stream pauses while the bytes so far are not whole characters; when the answer ends in
   // such bytes (or never had any others), the final text shows them replaced.
@@ -210,8 +216,8 @@ int generate(const Args& args) {
               << " new tokens\n";
     return 1;
   }
-  std::fprintf(stderr, "prompt:     %d tokens in %.2f s (%.1f tokens/s)\n", stats->promptTokens,
-               stats->promptSeconds, stats->promptTokensPerSecond());
+  std::fprintf(stderr, "prompt:     %d tokens in %.2f s (%.1f tokens/s)\n", stats->promptTokens, stats->promptSeconds,
+               stats->promptTokensPerSecond());
   std::fprintf(stderr, "generation: %d tokens, %d decode steps in %.2f s (%.1f tokens/s)\n", stats->generatedTokens,
                stats->decodeSteps, stats->generationSeconds, stats->decodeTokensPerSecond());
   if (interrupt.interrupted()) {
@@ -244,8 +250,8 @@ int logits(const Args& args) {
                                  std::to_string(model->vocabSize()));
   }
   if (static_cast<int>(ids.size()) > model->contextSize())
-    return fileError(path, std::to_string(ids.size()) + " tokens don't fit the context of " +
-                               std::to_string(model->contextSize()));
+    return fileError(
+        path, std::to_string(ids.size()) + " tokens don't fit the context of " + std::to_string(model->contextSize()));
 
   const std::vector<float> out = model->forward(ids, 0);
   std::vector<int> order(out.size());

@@ -63,8 +63,8 @@ void sendAll(int fd, const std::string& data) {
 
 std::string response(int status, const char* reason, const std::string& type, const std::string& body, bool head) {
   std::ostringstream out;
-  out << "HTTP/1.1 " << status << " " << reason << "\r\nContent-Type: " << type
-      << "\r\nContent-Length: " << body.size() << "\r\nCache-Control: no-store\r\nConnection: close\r\n\r\n";
+  out << "HTTP/1.1 " << status << " " << reason << "\r\nContent-Type: " << type << "\r\nContent-Length: " << body.size()
+      << "\r\nCache-Control: no-store\r\nConnection: close\r\n\r\n";
   if (!head) out << body;
   return out.str();
 }

@@ -22,8 +22,7 @@ bool readModelOption(OptionReader& r, ModelChoice& choice) {
 
 Models::Models(const ModelChoice& choice) {
   switch (choice.source) {
-    case ModelChoice::Source::none:
-      return;
+    case ModelChoice::Source::none: return;
     case ModelChoice::Source::installed:
       // Without a download there is nothing to load, and the status says so.
       if (!ModelFiles::isInstalled()) return;

@@ -76,7 +76,9 @@ class ProgressBar {
     if (d.expected > 0) {
       constexpr int width = 30;
       const int filled = static_cast<int>(d.progress * width);
-      line.assign("[").append(static_cast<std::size_t>(filled), '#').append(static_cast<std::size_t>(width - filled), '.');
+      line.assign("[")
+          .append(static_cast<std::size_t>(filled), '#')
+          .append(static_cast<std::size_t>(width - filled), '.');
       line.append("] ");
       char pct[16];
       std::snprintf(pct, sizeof pct, "%5.1f%%", d.progress * 100);
@@ -151,8 +153,8 @@ int download(const Args& args) {
     if (received > 0 && f->message.find("HTTP") == std::string::npos)
       std::cerr << "Received " << megabytes(received) << " from " << options.url
                 << "; the model is about 1.1 GB, so the address answered with something else.\n";
-    std::cerr << "To install the model by hand, fetch " << options.url << "\n(about 1.1 GB) on any machine and put it at "
-              << target.string() << "\n";
+    std::cerr << "To install the model by hand, fetch " << options.url
+              << "\n(about 1.1 GB) on any machine and put it at " << target.string() << "\n";
     return 1;
   }
   std::cout << "Installed " << store.modelPath().string() << "\n";

@@ -68,8 +68,7 @@ bool OptionReader::number(std::string_view wanted, int& out, int least) {
   auto [end, ec] = std::from_chars(text.data(), text.data() + text.size(), n);
   if (ec != std::errc() || end != text.data() + text.size() || n < least)
     fail(std::string(wanted) + " needs a whole number of at least " + std::to_string(least));
-  else
-    out = n;
+  else out = n;
   return true;
 }
 

@@ -40,7 +40,10 @@ ordered_json resultJson(const ActionResult& r) {
 ordered_json outcomeJson(const Outcome& outcome) {
   if (const ActionResult* r = outcome.result()) return resultJson(*r);
   if (const Confirmation* c = outcome.confirm())
-    return {{"type", "confirm"}, {"title", c->title}, {"message", c->message}, {"confirmLabel", c->confirmLabel},
+    return {{"type", "confirm"},
+            {"title", c->title},
+            {"message", c->message},
+            {"confirmLabel", c->confirmLabel},
             {"debug", c->debug}};
   const ChoiceSet& choice = *outcome.choose();
   ordered_json options = ordered_json::array();

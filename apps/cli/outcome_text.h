@@ -41,7 +41,6 @@ class OutcomeText {
   void printWhy(std::ostream& out, const std::vector<std::string>& debug) const;
 
  private:
-
   bool styled_;
 };
 

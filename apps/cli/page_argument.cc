@@ -19,8 +19,8 @@ bool isHost(std::string_view s) {
     s = s.substr(0, colon);
   }
   if (s == "localhost") return true;
-  if (s.empty() || s.find_first_not_of("abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789.-") !=
-                       std::string_view::npos)
+  if (s.empty() ||
+      s.find_first_not_of("abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789.-") != std::string_view::npos)
     return false;
   const auto dot = s.rfind('.');
   if (dot == std::string_view::npos || dot == 0) return false;
@@ -61,17 +61,14 @@ PageSource::PageSource(const std::string& argument) {
   const PageArgument page = classifyPage(argument);
   switch (page.kind) {
     case PageArgument::Kind::address:
-    case PageArgument::Kind::host:
-      url_ = page.text;
-      return;
+    case PageArgument::Kind::host: url_ = page.text; return;
     case PageArgument::Kind::file: {
       const auto file = std::filesystem::absolute(page.text);
       site_ = std::make_unique<LocalSite>(file.parent_path());
       url_ = site_->url(file);
       return;
     }
-    case PageArgument::Kind::missing:
-      break;
+    case PageArgument::Kind::missing: break;
   }
   std::error_code ec;
   if (std::filesystem::is_directory(argument, ec)) throw std::runtime_error(argument + ": a folder, not a page");

@@ -161,7 +161,7 @@ ScreenLines layoutPalette(const PaletteScreenState& s, const OutcomeText& style,
       for (const auto& row : rows) add("  " + style.markdown(row));
     } else if (s.input.empty()) {
       add(style.dim(!result->items.empty() ? "Tab shows the items on the page · Ctrl-Y why · Esc dismisses"
-                                     : "Ctrl-Y why · Esc dismisses · type the next command"));
+                                           : "Ctrl-Y why · Esc dismisses · type the next command"));
     }
   } else if (const auto* confirmation = std::get_if<Confirmation>(&phase)) {
     add("? " + OutcomeText::oneLine(confirmation->title));
@@ -183,8 +183,9 @@ ScreenLines layoutPalette(const PaletteScreenState& s, const OutcomeText& style,
   if (std::holds_alternative<PaletteViewModel::Idle>(phase) ||
       (std::holds_alternative<ActionResult>(phase) && !std::get<ActionResult>(phase).isPartial && !s.input.empty())) {
     if (!TextUtil::clean(s.input).empty()) {
-      add(style.dim("↵ " + (s.preview ? *s.preview
-                                      : std::string("no rule matches: Return asks the model, else searches the page"))));
+      add(style.dim("↵ " + (s.preview
+                                ? *s.preview
+                                : std::string("no rule matches: Return asks the model, else searches the page"))));
     }
     if (showsSuggestions(s.input) && !s.suggestions.empty()) {
       std::string line = style.dim("Tab:");

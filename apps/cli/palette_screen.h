@@ -21,12 +21,12 @@ namespace skimlet::cli {
 struct PaletteScreenState {
   const PaletteViewModel::Phase* phase = nullptr;
   std::string_view input;
-  std::size_t cursor = 0;                 // byte offset into input
-  std::optional<std::string> preview;     // what Return would do, by the rules alone
-  std::vector<Suggestion> suggestions;    // shown only when the layout calls for them
-  int suggestion = -1;                    // the highlighted one, -1 for none
-  int selected = 0;                       // the highlighted option of a choice
-  int spinner = 0;                        // frame counter of the working indicator
+  std::size_t cursor = 0;               // byte offset into input
+  std::optional<std::string> preview;   // what Return would do, by the rules alone
+  std::vector<Suggestion> suggestions;  // shown only when the layout calls for them
+  int suggestion = -1;                  // the highlighted one, -1 for none
+  int selected = 0;                     // the highlighted option of a choice
+  int spinner = 0;                      // frame counter of the working indicator
 };
 
 struct ScreenLines {

@@ -19,8 +19,7 @@ namespace {
 int recordCommand(const Args& args);
 
 const Command kRecord{"record", "record [--max-nodes N] PAGE",
-                      "Prints a live page (address, host or file) as a recording for `run --fixture`.",
-                      recordCommand};
+                      "Prints a live page (address, host or file) as a recording for `run --fixture`.", recordCommand};
 
 int recordCommand(const Args& args) {
 #if defined(__APPLE__)

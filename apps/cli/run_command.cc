@@ -28,13 +28,13 @@
 #include "engine/secrets.h"
 #include "engine/understand.h"
 #include "fixture_session.h"
+#include "intent_json.h"
 #include "model_choice.h"
 #include "options.h"
-#include "page_argument.h"
-#include "intent_json.h"
-#include "palette/palette_view_model.h"
 #include "outcome_json.h"
 #include "outcome_text.h"
+#include "page_argument.h"
+#include "palette/palette_view_model.h"
 #include "platform/json_settings.h"
 #include "text/text_util.h"
 
@@ -47,20 +47,20 @@ int runCommand(const Args& args);
 constexpr int kFailed = 1;
 constexpr int kNeedsInput = 3;
 
-const Command kRun{
-    "run",
-    std::string("run --fixture FILE | --url PAGE | --desktop [--json] [--confirm] [--pick N] "
-                "[--profile KEY=VALUE]... [--keep-going] ") +
-        modelUsage + " COMMAND...",
-    "Runs commands on a recorded page, a live one or the desktop's browser and shows what they did.", runCommand,
-    "The words of one command need no quotes: `run --fixture page.json click sign in`. To run several\n"
-    "commands, quote each: `run --url example.com 'click sign in' 'type hi into the search box'`.\n"
-    "PAGE is an address, a host (opened over https) or a local file (served from its folder).\n"
-    "--confirm accepts a confirmation, --pick N picks option N of a choice; each answers one question.\n"
-    "\n"
-    "Exit status: 0 every command was done; 1 a command failed; 2 the arguments are wrong;\n"
-    "3 a command needs input (a confirmation without --confirm, a choice without --pick).\n"
-    "The run stops at the first command that fails or needs input unless --keep-going is given."};
+const Command kRun{"run",
+                   std::string("run --fixture FILE | --url PAGE | --desktop [--json] [--confirm] [--pick N] "
+                               "[--profile KEY=VALUE]... [--keep-going] ") +
+                       modelUsage + " COMMAND...",
+                   "Runs commands on a recorded page, a live one or the desktop's browser and shows what they did.",
+                   runCommand,
+                   "The words of one command need no quotes: `run --fixture page.json click sign in`. To run several\n"
+                   "commands, quote each: `run --url example.com 'click sign in' 'type hi into the search box'`.\n"
+                   "PAGE is an address, a host (opened over https) or a local file (served from its folder).\n"
+                   "--confirm accepts a confirmation, --pick N picks option N of a choice; each answers one question.\n"
+                   "\n"
+                   "Exit status: 0 every command was done; 1 a command failed; 2 the arguments are wrong;\n"
+                   "3 a command needs input (a confirmation without --confirm, a choice without --pick).\n"
+                   "The run stops at the first command that fails or needs input unless --keep-going is given."};
 
 struct RunOptions {
   std::string fixture;
@@ -68,8 +68,8 @@ struct RunOptions {
   bool desktop = false;  // the user's own browser in front on the desktop
   bool json = false;
   bool keepGoing = false;
-  int confirms = 0;        // how many confirmations to accept
-  std::deque<int> picks;   // the options to pick, in order, counting from 1
+  int confirms = 0;       // how many confirmations to accept
+  std::deque<int> picks;  // the options to pick, in order, counting from 1
   std::vector<std::pair<ProfileField, std::string>> profile;
   ModelChoice model;
   std::vector<std::string> commands;
@@ -115,7 +115,8 @@ std::string parseOptions(const Args& args, RunOptions& o) {
     }
   }
   if (!r.problem().empty()) return r.problem();
-  if (!o.fixture.empty() + !o.url.empty() + o.desktop != 1) return "give one of --fixture FILE, --url PAGE or --desktop";
+  if (!o.fixture.empty() + !o.url.empty() + o.desktop != 1)
+    return "give one of --fixture FILE, --url PAGE or --desktop";
   for (const auto& w : commandsFrom(words))
     if (!TextUtil::split(w).empty()) o.commands.push_back(w);
   if (o.commands.empty()) return "no command given";
@@ -166,17 +167,18 @@ std::string_view endingName(Ending e) {
 }
 
 Ending endingOf(const Outcome& last) {
-  if (const ActionResult* r = last.result()) return r->kind == ActionResult::Kind::failure ? Ending::failed : Ending::done;
+  if (const ActionResult* r = last.result())
+    return r->kind == ActionResult::Kind::failure ? Ending::failed : Ending::done;
   return Ending::needsInput;
 }
 
 // What one run printed and how it ended, whichever page it ran on.
 struct Ran {
-  std::vector<std::string> titles;     // the intent of each command
+  std::vector<std::string> titles;                                    // the intent of each command
   nlohmann::ordered_json commands = nlohmann::ordered_json::array();  // each command as scripts see it
-  std::vector<Outcome> outcomes;       // every command's outcomes in order
-  Ending ending = Ending::done;         // the first command that did not end done decides
-  std::string problem;                 // a --pick that did not fit
+  std::vector<Outcome> outcomes;                                      // every command's outcomes in order
+  Ending ending = Ending::done;                                       // the first command that did not end done decides
+  std::string problem;                                                // a --pick that did not fit
 
   void add(Ending e) {
     if (ending == Ending::done) ending = e;
@@ -198,7 +200,8 @@ Ending runOne(const std::string& command, const BrowserTarget& target, const Pla
   ran.add(ending);
   nlohmann::ordered_json parsed = intentJson(understood->intent);
   for (const char* key : {"title", "text"})
-    if (parsed.contains(key) && parsed[key].is_string()) parsed[key] = Secrets::mask(parsed[key].get<std::string>(), secrets);
+    if (parsed.contains(key) && parsed[key].is_string())
+      parsed[key] = Secrets::mask(parsed[key].get<std::string>(), secrets);
   nlohmann::ordered_json entry = {{"command", Secrets::mask(command, secrets)},
                                   {"understoodBy", std::string(stageName(understood->stage))},
                                   {"intent", std::move(parsed)},
@@ -207,7 +210,8 @@ Ending runOne(const std::string& command, const BrowserTarget& target, const Pla
   ran.commands.push_back(std::move(entry));
   if (text) {
     if (understood->stage != Understanding::Stage::rules)
-      std::cout << text->dim("Understood by the " + std::string(stageName(understood->stage)) + ": " + ran.titles.back())
+      std::cout << text->dim("Understood by the " + std::string(stageName(understood->stage)) + ": " +
+                             ran.titles.back())
                 << "\n";
     for (std::size_t i = 0; i < outcomes.size(); ++i) {
       if (i) std::cout << "\n";
@@ -311,8 +315,9 @@ int runOnFixture(RunOptions& o) {
   const OutcomeText text(::isatty(STDOUT_FILENO));
   Ran ran;
   // Deliver anything the engine posted before the next command reads the page.
-  runAll(o, session->target(), session->platform(), models.ai(), [&] { session->backend().runLoop().runPending(); },
-         ran, text);
+  runAll(
+      o, session->target(), session->platform(), models.ai(), [&] { session->backend().runLoop().runPending(); }, ran,
+      text);
 
   if (o.json) {
     std::cout << jsonLine(runJsonOf(ran, session->backend().events())) << "\n";
@@ -349,7 +354,8 @@ int runOnUrl(RunOptions& o) {
   if (!target) return runWithoutBrowser(o);
   const OutcomeText text(::isatty(STDOUT_FILENO));
   Ran ran;
-  runAll(o, *target, session->platform(), models.ai(), [&] { session->runLoop().runPending(); }, ran, text);
+  runAll(
+      o, *target, session->platform(), models.ai(), [&] { session->runLoop().runPending(); }, ran, text);
   const auto state = session->pageState();
   if (o.json) {
     auto json = runJsonOf(ran, session->events());
@@ -382,8 +388,9 @@ int runOnDesktop(RunOptions& o) {
   if (!namedModelLoads(o, models)) return kFailed;
   const OutcomeText text(::isatty(STDOUT_FILENO));
   Ran ran;
-  runAll(o, desktop->target, desktop->session->platform(), models.ai(), [&] { desktop->session->runLoop().runPending(); },
-         ran, text);
+  runAll(
+      o, desktop->target, desktop->session->platform(), models.ai(), [&] { desktop->session->runLoop().runPending(); },
+      ran, text);
   if (o.json) {
     auto json = runJsonOf(ran, {});
     json["browser"] = desktop->target.browserName();

@@ -12,7 +12,7 @@ namespace skimlet::cli {
 
 struct Key {
   enum class Type {
-    text,        // printable text, one or more whole characters in `text`
+    text,  // printable text, one or more whole characters in `text`
     enter,
     backspace,
     deleteForward,

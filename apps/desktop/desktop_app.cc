@@ -6,16 +6,20 @@
 
 namespace skimlet::desktop {
 
-DesktopApp::DesktopApp(GtkApplication* app, const AppOptions& options) : app_(app), settings_(JsonSettings::defaultPath()) {
+DesktopApp::DesktopApp(GtkApplication* app, const AppOptions& options)
+    : app_(app), settings_(JsonSettings::defaultPath()) {
   backend_ = openBackend(options.backend, settings_, dispatch_);
   const Platform platform = backend_->platform();
   tracker_ = std::make_unique<BrowserTracker>(platform.workspace);
   tracker_->start();
   // A backend that queues its own notices has them delivered a few times a second.
-  poll_ = g_timeout_add(100, +[](gpointer self) -> gboolean {
-    static_cast<DesktopApp*>(self)->backend_->poll();
-    return G_SOURCE_CONTINUE;
-  }, this);
+  poll_ = g_timeout_add(
+      100,
+      +[](gpointer self) -> gboolean {
+        static_cast<DesktopApp*>(self)->backend_->poll();
+        return G_SOURCE_CONTINUE;
+      },
+      this);
   // The model is looked for at every request, so a download finished in Settings is used by the
   // next command without a restart.
   if (options.model) own_ = std::make_unique<OwnModel>(LocalModelRuntime::shared());
@@ -66,7 +70,8 @@ void DesktopApp::watchSettings() {
                          event != G_FILE_MONITOR_EVENT_MOVED_IN && event != G_FILE_MONITOR_EVENT_CREATED) {
                        return;
                      }
-                     const std::string before = HotkeySettings::linuxAccelerator(HotkeySettings::current(self->settings_));
+                     const std::string before =
+                         HotkeySettings::linuxAccelerator(HotkeySettings::current(self->settings_));
                      if (!self->settings_.reload()) return;
                      if (HotkeySettings::linuxAccelerator(HotkeySettings::current(self->settings_)) != before) {
                        self->installHotkey();
@@ -92,8 +97,8 @@ void DesktopApp::openInspector() {
 
 void DesktopApp::openSettings() {
   if (!settingsWindow_) {
-    settingsWindow_ = std::make_unique<SettingsWindow>(settings_, ModelStore::shared(), *backend_,
-                                                       dispatch_, [this] { installHotkey(); });
+    settingsWindow_ = std::make_unique<SettingsWindow>(settings_, ModelStore::shared(), *backend_, dispatch_,
+                                                       [this] { installHotkey(); });
     gtk_window_set_application(GTK_WINDOW(settingsWindow_->widget()), app_);
   }
   settingsWindow_->present();

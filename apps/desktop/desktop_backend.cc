@@ -83,8 +83,8 @@ class AtspiBackend final : public DesktopBackend {
 class NoAccessBackend final : public DesktopBackend {
  public:
   NoAccessBackend(const atspi::AccessStatus& status, Settings& settings, Dispatch& dispatch)
-      : nothing_(memory::Recording{memory::AppInfo{"", "", 1, ""}, false, memory::Node{.role = "AXWindow"}},
-                 settings, dispatch),
+      : nothing_(memory::Recording{memory::AppInfo{"", "", 1, ""}, false, memory::Node{.role = "AXWindow"}}, settings,
+                 dispatch),
         access_(accessOf(status)) {}
   Platform platform() override { return nothing_.platform(); }
   AccessStatus access() override { return access_; }

@@ -113,13 +113,14 @@ void InspectorWindow::fill(std::vector<PageElement> elements) {
     const auto row = InspectorTree::row(e);
     GtkTreeIter* parent = e.parent ? &iters_[static_cast<std::size_t>(*e.parent)] : nullptr;
     GtkTreeIter& iter = iters_[static_cast<std::size_t>(e.id)];
-    gtk_tree_store_insert_with_values(store_, &iter, parent, -1, kRole, row.role.c_str(), kSubrole,
-                                      row.subrole.c_str(), kLabel, row.label.c_str(), kFrame, row.frame.c_str(),
-                                      kActions, row.actions.c_str(), kId, e.id, -1);
+    gtk_tree_store_insert_with_values(store_, &iter, parent, -1, kRole, row.role.c_str(), kSubrole, row.subrole.c_str(),
+                                      kLabel, row.label.c_str(), kFrame, row.frame.c_str(), kActions,
+                                      row.actions.c_str(), kId, e.id, -1);
   }
   gtk_tree_view_expand_all(GTK_TREE_VIEW(view_));
   std::string status = std::to_string(elements_.size()) + " elements";
-  if (static_cast<int>(elements_.size()) >= InspectorTree::maxNodes) status += " (the first " + std::to_string(InspectorTree::maxNodes) + ")";
+  if (static_cast<int>(elements_.size()) >= InspectorTree::maxNodes)
+    status += " (the first " + std::to_string(InspectorTree::maxNodes) + ")";
   gtk_label_set_text(GTK_LABEL(status_), status.c_str());
 }
 
@@ -139,8 +140,9 @@ void InspectorWindow::startPick() {
   GdkCursor* cursor = gdk_cursor_new_from_name(display, "crosshair");
   // The whole pointer is taken until the next click, so the click reaches us rather than the
   // browser under it.
-  const GdkGrabStatus status = gdk_seat_grab(gdk_display_get_default_seat(display), window,
-                                             GDK_SEAT_CAPABILITY_ALL_POINTING, false, cursor, nullptr, nullptr, nullptr);
+  const GdkGrabStatus status =
+      gdk_seat_grab(gdk_display_get_default_seat(display), window, GDK_SEAT_CAPABILITY_ALL_POINTING, false, cursor,
+                    nullptr, nullptr, nullptr);
   if (cursor) g_object_unref(cursor);
   if (status != GDK_GRAB_SUCCESS) {
     gtk_label_set_text(GTK_LABEL(status_), "The desktop did not let Skimlet take the pointer");

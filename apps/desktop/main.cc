@@ -97,7 +97,9 @@ int onCommandLine(GApplication* gapp, GApplicationCommandLine* command, gpointer
 
 void addAction(GApplication* gapp, const char* name, void (*run)()) {
   GSimpleAction* action = g_simple_action_new(name, nullptr);
-  g_signal_connect_swapped(action, "activate", G_CALLBACK(+[](void (*fn)()) { if (app) fn(); }),
+  g_signal_connect_swapped(action, "activate", G_CALLBACK(+[](void (*fn)()) {
+                             if (app) fn();
+                           }),
                            reinterpret_cast<gpointer>(run));
   g_action_map_add_action(G_ACTION_MAP(gapp), G_ACTION(action));
   g_object_unref(action);

@@ -15,12 +15,15 @@ constexpr int kWidth = 660;
 // The suggestions name their icons by the system symbols macOS draws; these are the freedesktop
 // icons closest to them.
 const char* iconFor(const std::string& symbol) {
-  static const std::map<std::string, const char*> icons = {
-      {"doc.text", "text-x-generic-symbolic"},       {"text.alignleft", "format-justify-left-symbolic"},
-      {"magnifyingglass", "edit-find-symbolic"},     {"cursorarrow.click", "input-mouse-symbolic"},
-      {"arrow.up.and.down", "view-sort-ascending-symbolic"}, {"arrow.down", "go-down-symbolic"},
-      {"arrow.up", "go-up-symbolic"},                {"arrow.down.to.line", "go-bottom-symbolic"},
-      {"arrow.up.to.line", "go-top-symbolic"}};
+  static const std::map<std::string, const char*> icons = {{"doc.text", "text-x-generic-symbolic"},
+                                                           {"text.alignleft", "format-justify-left-symbolic"},
+                                                           {"magnifyingglass", "edit-find-symbolic"},
+                                                           {"cursorarrow.click", "input-mouse-symbolic"},
+                                                           {"arrow.up.and.down", "view-sort-ascending-symbolic"},
+                                                           {"arrow.down", "go-down-symbolic"},
+                                                           {"arrow.up", "go-up-symbolic"},
+                                                           {"arrow.down.to.line", "go-bottom-symbolic"},
+                                                           {"arrow.up.to.line", "go-top-symbolic"}};
   auto it = icons.find(symbol);
   return it == icons.end() ? "go-next-symbolic" : it->second;
 }
@@ -47,7 +50,8 @@ GtkWidget* row(GtkWidget* list, const char* icon, const std::string& text, const
   if (icon) gtk_box_pack_start(GTK_BOX(box), gtk_image_new_from_icon_name(icon, GTK_ICON_SIZE_MENU), false, false, 0);
   // One line per row: an item's text may be a whole block of the page.
   gtk_box_pack_start(GTK_BOX(box), label(TextUtil::clean(text), {.ellipsize = true}), true, true, 0);
-  if (!detail.empty()) gtk_box_pack_end(GTK_BOX(box), label(detail, {.css = "dim", .ellipsize = true}), false, false, 0);
+  if (!detail.empty())
+    gtk_box_pack_end(GTK_BOX(box), label(detail, {.css = "dim", .ellipsize = true}), false, false, 0);
   GtkWidget* r = gtk_list_box_row_new();
   gtk_style_context_add_class(gtk_widget_get_style_context(r), "palette-row");
   gtk_container_add(GTK_CONTAINER(r), box);
@@ -177,11 +181,14 @@ gboolean PaletteWindow::onKey(GtkWidget*, GdkEventKey* event, gpointer data) {
   }
   std::optional<PaletteKey> key;
   switch (event->keyval) {
-    case GDK_KEY_Up: case GDK_KEY_KP_Up: key = PaletteKey::up; break;
-    case GDK_KEY_Down: case GDK_KEY_KP_Down: key = PaletteKey::down; break;
+    case GDK_KEY_Up:
+    case GDK_KEY_KP_Up: key = PaletteKey::up; break;
+    case GDK_KEY_Down:
+    case GDK_KEY_KP_Down: key = PaletteKey::down; break;
     case GDK_KEY_Tab: key = PaletteKey::tab; break;
     case GDK_KEY_ISO_Left_Tab: key = PaletteKey::backTab; break;
-    case GDK_KEY_Return: case GDK_KEY_KP_Enter: key = PaletteKey::enter; break;
+    case GDK_KEY_Return:
+    case GDK_KEY_KP_Enter: key = PaletteKey::enter; break;
     case GDK_KEY_Escape: key = PaletteKey::escape; break;
     default: return false;
   }
@@ -304,10 +311,10 @@ void PaletteWindow::addOnboarding() {
     GtkWidget* box = gtk_box_new(GTK_ORIENTATION_VERTICAL, 4);
     gtk_style_context_add_class(gtk_widget_get_style_context(box), "notice");
     gtk_box_pack_start(GTK_BOX(box), label("<b>No supported browser in front</b>", {.markup = true}), false, false, 0);
-    gtk_box_pack_start(GTK_BOX(box),
-                       label("Open Safari, Chrome, Firefox, Arc, Brave or Edge, then press the hotkey again.",
-                             {.wrap = true}),
-                       false, false, 0);
+    gtk_box_pack_start(
+        GTK_BOX(box),
+        label("Open Safari, Chrome, Firefox, Arc, Brave or Edge, then press the hotkey again.", {.wrap = true}), false,
+        false, 0);
     gtk_box_pack_start(GTK_BOX(content_), box, false, false, 0);
   }
 }
@@ -349,8 +356,8 @@ void PaletteWindow::addResult(const ActionResult& r) {
   GtkWidget* image = gtk_image_new_from_icon_name(icon, GTK_ICON_SIZE_BUTTON);
   gtk_style_context_add_class(gtk_widget_get_style_context(image), kind);
   gtk_box_pack_start(GTK_BOX(head), image, false, false, 0);
-  gtk_box_pack_start(GTK_BOX(head), label(markup(r.headline), {.css = "headline", .markup = true, .wrap = true}),
-                     true, true, 0);
+  gtk_box_pack_start(GTK_BOX(head), label(markup(r.headline), {.css = "headline", .markup = true, .wrap = true}), true,
+                     true, 0);
   if (r.isPartial) {
     GtkWidget* spinner = gtk_spinner_new();
     gtk_spinner_start(GTK_SPINNER(spinner));
@@ -399,10 +406,12 @@ void PaletteWindow::addResult(const ActionResult& r) {
     g_signal_connect(why, "toggled", G_CALLBACK(+[](GtkToggleButton* b, PaletteWindow* self) {
                        self->vm_->showWhy = gtk_toggle_button_get_active(b);
                        // Redrawn on the next turn: the button is replaced while it is being toggled.
-                       g_idle_add(+[](gpointer p) -> gboolean {
-                         static_cast<PaletteWindow*>(p)->render();
-                         return G_SOURCE_REMOVE;
-                       }, self);
+                       g_idle_add(
+                           +[](gpointer p) -> gboolean {
+                             static_cast<PaletteWindow*>(p)->render();
+                             return G_SOURCE_REMOVE;
+                           },
+                           self);
                      }),
                      this);
     gtk_box_pack_start(GTK_BOX(content_), why, false, false, 0);
@@ -451,9 +460,9 @@ void PaletteWindow::addChoice(const ChoiceSet& choice) {
                    }),
                    this);
   gtk_box_pack_start(GTK_BOX(content_), l, false, false, 0);
-  gtk_box_pack_start(GTK_BOX(content_), label("\u2191\u2193 or a number to choose, \u21b5 to pick, Esc to leave",
-                                              {.css = "dim"}),
-                     false, false, 0);
+  gtk_box_pack_start(GTK_BOX(content_),
+                     label("\u2191\u2193 or a number to choose, \u21b5 to pick, Esc to leave", {.css = "dim"}), false,
+                     false, 0);
 }
 
 void PaletteWindow::setFooter() {

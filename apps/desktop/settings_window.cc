@@ -21,9 +21,7 @@ GtkWidget* section(GtkWidget* box, const char* title) {
   return grid;
 }
 
-double now() {
-  return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
-}
+double now() { return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count(); }
 
 }  // namespace
 
@@ -68,7 +66,8 @@ SettingsWindow::SettingsWindow(Settings& settings, ModelStore& store, DesktopBac
   profileField(grid, 0, "Name", "profile.name", "Ada Lovelace");
   profileField(grid, 1, "E-mail", "profile.email", "ada@example.com");
   profileField(grid, 2, "Phone", "profile.phone", "+44 20 7946 0000");
-  gtk_grid_attach(GTK_GRID(grid), label("Used by commands such as \u201ctype my email\u201d.", {.css = "dim"}), 0, 3, 2, 1);
+  gtk_grid_attach(GTK_GRID(grid), label("Used by commands such as \u201ctype my email\u201d.", {.css = "dim"}), 0, 3, 2,
+                  1);
 
   // Model.
   grid = section(box, "Language model");
@@ -134,7 +133,8 @@ void SettingsWindow::present() {
   gtk_window_present(GTK_WINDOW(window_));
 }
 
-GtkWidget* SettingsWindow::profileField(GtkWidget* grid, int row, const char* title, const char* key, const char* hint) {
+GtkWidget* SettingsWindow::profileField(GtkWidget* grid, int row, const char* title, const char* key,
+                                        const char* hint) {
   GtkWidget* entry = gtk_entry_new();
   gtk_entry_set_placeholder_text(GTK_ENTRY(entry), hint);
   gtk_entry_set_text(GTK_ENTRY(entry), settings_.string(key).value_or("").c_str());
@@ -169,13 +169,15 @@ void SettingsWindow::showModel(const ModelStore::State& state) {
   } else if (std::holds_alternative<ModelStore::Ready>(state)) {
     std::error_code ec;
     const auto bytes = std::filesystem::file_size(store_.modelPath(), ec);
-    status = "Qwen2.5 1.5B Instruct is installed (" + (ec ? std::string("size unknown") : DownloadMeter::size(static_cast<std::int64_t>(bytes))) +
+    status = "Qwen2.5 1.5B Instruct is installed (" +
+             (ec ? std::string("size unknown") : DownloadMeter::size(static_cast<std::int64_t>(bytes))) +
              " on disk). It understands looser wording and writes answers and summaries, on this machine.";
   } else if (const auto* failed = std::get_if<ModelStore::Failed>(&state)) {
     status = "The download failed: " + failed->message;
   } else {
-    status = "Not installed. Without it Skimlet uses its built-in rules and answers from the page's own sentences. "
-             "The model is a one-time download of about 1.1 GB.";
+    status =
+        "Not installed. Without it Skimlet uses its built-in rules and answers from the page's own sentences. "
+        "The model is a one-time download of about 1.1 GB.";
   }
   gtk_label_set_text(GTK_LABEL(modelStatus_), status.c_str());
 }

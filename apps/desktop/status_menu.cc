@@ -8,7 +8,8 @@ namespace skimlet::desktop {
 
 StatusMenu::StatusMenu(GApplication* app) : app_(app) {
   // The installed icon when there is one; a theme icon when run from the build folder.
-  const char* icon = gtk_icon_theme_has_icon(gtk_icon_theme_get_default(), "skimlet") ? "skimlet" : "edit-find-symbolic";
+  const char* icon =
+      gtk_icon_theme_has_icon(gtk_icon_theme_get_default(), "skimlet") ? "skimlet" : "edit-find-symbolic";
   AppIndicator* indicator = app_indicator_new("skimlet", icon, APP_INDICATOR_CATEGORY_APPLICATION_STATUS);
   app_indicator_set_title(indicator, "Skimlet");
   app_indicator_set_status(indicator, APP_INDICATOR_STATUS_ACTIVE);

@@ -8,8 +8,7 @@ extern "C" {
 int skimlet_system_model_available(void);
 int skimlet_system_model_generate_record(const char* instructions, const char* prompt, const char* record,
                                          SkimletTextSink sink, void* context);
-int skimlet_system_model_stream_text(const char* instructions, const char* prompt, SkimletTextSink sink,
-                                     void* context);
+int skimlet_system_model_stream_text(const char* instructions, const char* prompt, SkimletTextSink sink, void* context);
 }
 
 namespace skimlet::mac {

@@ -29,8 +29,8 @@ std::optional<std::string> BridgedSystemModel::record(std::string_view instructi
                                                       const std::string& recordJSON) {
   if (!bridge_.generateRecord) return std::nullopt;
   Collected out;
-  int status = bridge_.generateRecord(std::string(instructions).c_str(), prompt.c_str(), recordJSON.c_str(), collect,
-                                      &out);
+  int status =
+      bridge_.generateRecord(std::string(instructions).c_str(), prompt.c_str(), recordJSON.c_str(), collect, &out);
   if (status != 0 || !out.called) return std::nullopt;
   return out.text;
 }
@@ -47,7 +47,8 @@ std::optional<std::string> BridgedSystemModel::text(std::string_view instruction
 }
 
 std::optional<LLMIntent> BridgedSystemModel::parseIntent(const std::string& command) {
-  auto json = record(prompts::intentStructured, "Command: " + command, GuidedRecords::describe(GuidedRecords::intent()));
+  auto json =
+      record(prompts::intentStructured, "Command: " + command, GuidedRecords::describe(GuidedRecords::intent()));
   if (!json) return std::nullopt;
   return GuidedRecords::readIntent(*json);
 }
@@ -77,8 +78,7 @@ std::optional<std::string> BridgedSystemModel::summarizeStreaming(const std::str
 std::optional<std::string> BridgedSystemModel::answerStreaming(const std::string& question, const std::string& title,
                                                                const std::string& excerpts,
                                                                const PartialSink& onPartial) {
-  const std::string prompt =
-      "Page title: " + title + "\n\nExcerpts:\n" + excerpts + "\n\nQuestion: " + question;
+  const std::string prompt = "Page title: " + title + "\n\nExcerpts:\n" + excerpts + "\n\nQuestion: " + question;
   return text(prompts::questionSystem, prompt, onPartial);
 }
 

@@ -29,9 +29,9 @@ class ChatModel {
                                               const PartialSink& onPartial, std::stop_token stop) = 0;
   // The same, with a guess of how the reply goes on that a model may check ahead in batches (see
   // ReplyDrafter). The reply is the one generate() gives; a model that can't use guesses ignores it.
-  virtual std::optional<std::string> generateDrafted(const std::string& system, const std::string& user,
-                                                     int maxTokens, const PartialSink& onPartial,
-                                                     std::stop_token stop, const ReplyDrafter& drafter) {
+  virtual std::optional<std::string> generateDrafted(const std::string& system, const std::string& user, int maxTokens,
+                                                     const PartialSink& onPartial, std::stop_token stop,
+                                                     const ReplyDrafter& drafter) {
     (void)drafter;
     return generate(system, user, maxTokens, onPartial, std::move(stop));
   }

@@ -14,10 +14,10 @@ namespace {
 // The action words of the one-line prompt. Those after `firstWithoutTarget` never carry a
 // target, so their line ends "||0||".
 constexpr std::array<std::string_view, 27> kActions = {
-    "click",     "open_link",   "find",       "scroll_to",     "ask",       "type",         "read",
-    "summarize", "scroll_down", "scroll_up",  "scroll_top",    "scroll_bottom", "back",     "forward",
-    "reload",    "new_tab",     "close_tab",  "next_tab",      "previous_tab",  "copy",     "paste",
-    "select_all", "enter",      "escape",     "list_buttons",  "list_links",    "unknown"};
+    "click",      "open_link",   "find",      "scroll_to",    "ask",           "type",   "read",
+    "summarize",  "scroll_down", "scroll_up", "scroll_top",   "scroll_bottom", "back",   "forward",
+    "reload",     "new_tab",     "close_tab", "next_tab",     "previous_tab",  "copy",   "paste",
+    "select_all", "enter",       "escape",    "list_buttons", "list_links",    "unknown"};
 constexpr size_t kFirstWithoutTarget = 6;
 
 bool takesTarget(std::string_view action) {
@@ -85,8 +85,7 @@ std::string draftIntentLine(std::string_view command, std::string_view sofar) {
   const std::string_view current = fields.back();
   const bool typing = action == "type";
   switch (fields.size()) {
-    case 1:
-      return guessAction(trimWhiteSpace(current));
+    case 1: return guessAction(trimWhiteSpace(current));
     case 2:  // target
       if (current.empty()) return "";
       return copiedOn(command, current).value_or("") + "|0||";
@@ -99,8 +98,7 @@ std::string draftIntentLine(std::string_view command, std::string_view sofar) {
     case 5:  // field
       if (current.empty()) return "";
       return copiedOn(command, current).value_or("");
-    default:
-      return "";
+    default: return "";
   }
 }
 

@@ -61,9 +61,7 @@ std::optional<std::string> oneLineReply(ChatModel& model, const std::string& com
   return reply;
 }
 
-bool hasText(const std::optional<std::string>& s) {
-  return s && s->find_first_not_of(" \t\r\n") != std::string::npos;
-}
+bool hasText(const std::optional<std::string>& s) { return s && s->find_first_not_of(" \t\r\n") != std::string::npos; }
 
 }  // namespace
 

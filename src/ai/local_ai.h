@@ -34,8 +34,8 @@ class LocalAI {
   std::optional<Intent> parseIntent(const std::string& command, std::stop_token stop = {}) const;
   std::optional<int> choose(const std::string& query, const std::vector<std::string>& options,
                             std::stop_token stop = {}) const;
-  std::optional<std::string> summarize(const std::string& title, const std::string& text,
-                                       const PartialSink& onPartial, std::stop_token stop = {}) const;
+  std::optional<std::string> summarize(const std::string& title, const std::string& text, const PartialSink& onPartial,
+                                       std::stop_token stop = {}) const;
 
  private:
   ChatModel* own_;

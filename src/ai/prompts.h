@@ -38,7 +38,8 @@ inline constexpr std::string_view intentOrdinalGuide =
 inline constexpr std::string_view intentTextGuide =
     "Text to type exactly as the user wrote it. Empty if none. Never invent text.";
 inline constexpr std::string_view intentFieldGuide = "Name of the input field to type into. Empty if unspecified.";
-inline constexpr std::string_view choiceIndexGuide = "Index of the best matching option, or -1 if none clearly matches.";
+inline constexpr std::string_view choiceIndexGuide =
+    "Index of the best matching option, or -1 if none clearly matches.";
 
 // Picking one on-screen element among numbered options.
 inline constexpr std::string_view chooseLine =

@@ -14,7 +14,8 @@ const std::vector<const BrowserAdapter*>& adapters() {
     auto* list = new std::vector<const BrowserAdapter*>{
         new SafariAdapter("Safari", {"com.apple.Safari", "com.apple.SafariTechnologyPreview"}),
         new ChromiumAdapter("Chrome", {"com.google.Chrome", "com.google.Chrome.beta", "com.google.Chrome.canary"}),
-        new FirefoxAdapter("Firefox", {"org.mozilla.firefox", "org.mozilla.firefoxdeveloperedition", "org.mozilla.nightly"}),
+        new FirefoxAdapter("Firefox",
+                           {"org.mozilla.firefox", "org.mozilla.firefoxdeveloperedition", "org.mozilla.nightly"}),
         new ChromiumAdapter("Arc", {"company.thebrowser.Browser"}),
         new ChromiumAdapter("Brave", {"com.brave.Browser", "com.brave.Browser.beta", "com.brave.Browser.nightly"}),
         new ChromiumAdapter("Edge", {"com.microsoft.edgemac", "com.microsoft.edgemac.Beta"}),

@@ -17,7 +17,8 @@ void BrowserTracker::start() {
 
 std::optional<BrowserTarget> BrowserTracker::current() const {
   if (auto front = workspace_.frontmostApplication()) {
-    if (const BrowserAdapter* adapter = BrowserRegistry::adapter(front->bundleID)) return BrowserTarget{*front, adapter};
+    if (const BrowserAdapter* adapter = BrowserRegistry::adapter(front->bundleID))
+      return BrowserTarget{*front, adapter};
   }
   Pid pid = last_->load();
   if (pid == 0) return std::nullopt;

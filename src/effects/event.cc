@@ -39,16 +39,12 @@ json toJson(const Event& e) {
       j["flags"] = e.flags;
       break;
     case Event::Type::type:
-    case Event::Type::pasteboard:
-      j["text"] = e.text;
-      break;
+    case Event::Type::pasteboard: j["text"] = e.text; break;
     case Event::Type::mouseClick:
       j["x"] = e.x;
       j["y"] = e.y;
       break;
-    case Event::Type::open:
-      j["urls"] = e.urls;
-      break;
+    case Event::Type::open: j["urls"] = e.urls; break;
     case Event::Type::scroll:
       j["action"] = e.action;
       j["role"] = e.role;
@@ -75,19 +71,14 @@ std::string describe(const Event& e) {
   char buf[96];
   switch (e.type) {
     case Event::Type::press:
-    case Event::Type::focus:
-      return out + " " + e.role + " " + quoted(e.label);
-    case Event::Type::setValue:
-      return out + " " + e.role + " " + quoted(e.label) + " = " + quoted(e.value);
+    case Event::Type::focus: return out + " " + e.role + " " + quoted(e.label);
+    case Event::Type::setValue: return out + " " + e.role + " " + quoted(e.label) + " = " + quoted(e.value);
     case Event::Type::key:
       std::snprintf(buf, sizeof buf, " %d flags 0x%llx", e.keyCode, static_cast<unsigned long long>(e.flags));
       return out + buf;
     case Event::Type::type:
-    case Event::Type::pasteboard:
-      return out + " " + quoted(e.text);
-    case Event::Type::mouseClick:
-      std::snprintf(buf, sizeof buf, " at (%g, %g)", e.x, e.y);
-      return out + buf;
+    case Event::Type::pasteboard: return out + " " + quoted(e.text);
+    case Event::Type::mouseClick: std::snprintf(buf, sizeof buf, " at (%g, %g)", e.x, e.y); return out + buf;
     case Event::Type::open: {
       for (const auto& u : e.urls) out += " " + u;
       return out;

@@ -18,19 +18,36 @@ void EventLog::add(Event event) {
 }
 
 void EventLog::press(const std::string& role, const std::string& label) {
-  add(make([&](Event& e) { e.type = Event::Type::press; e.role = role; e.label = label; }));
+  add(make([&](Event& e) {
+    e.type = Event::Type::press;
+    e.role = role;
+    e.label = label;
+  }));
 }
 
 void EventLog::setValue(const std::string& role, const std::string& label, const std::string& value, bool secure) {
-  add(make([&](Event& e) { e.type = Event::Type::setValue; e.role = role; e.label = label; e.value = secure ? maskedText : value; }));
+  add(make([&](Event& e) {
+    e.type = Event::Type::setValue;
+    e.role = role;
+    e.label = label;
+    e.value = secure ? maskedText : value;
+  }));
 }
 
 void EventLog::focus(const std::string& role, const std::string& label) {
-  add(make([&](Event& e) { e.type = Event::Type::focus; e.role = role; e.label = label; }));
+  add(make([&](Event& e) {
+    e.type = Event::Type::focus;
+    e.role = role;
+    e.label = label;
+  }));
 }
 
 void EventLog::key(int keyCode, std::uint64_t flags) {
-  add(make([&](Event& e) { e.type = Event::Type::key; e.keyCode = keyCode; e.flags = flags; }));
+  add(make([&](Event& e) {
+    e.type = Event::Type::key;
+    e.keyCode = keyCode;
+    e.flags = flags;
+  }));
 }
 
 void EventLog::type(const std::string& text, bool secure) {
@@ -39,22 +56,52 @@ void EventLog::type(const std::string& text, bool secure) {
     if (!secure) events_.back().text += text;
     return;
   }
-  events_.push_back(make([&](Event& e) { e.type = Event::Type::type; e.text = secure ? maskedText : text; }));
+  events_.push_back(make([&](Event& e) {
+    e.type = Event::Type::type;
+    e.text = secure ? maskedText : text;
+  }));
   typing_ = true;
 }
 
-void EventLog::mouseClick(Point at) { add(make([&](Event& e) { e.type = Event::Type::mouseClick; e.x = at.x; e.y = at.y; })); }
-
-void EventLog::scrollWheel(Point at, int lines) {
-  add(make([&](Event& e) { e.type = Event::Type::scroll; e.action = "scrollWheel"; e.x = at.x; e.y = at.y; e.lines = lines; }));
+void EventLog::mouseClick(Point at) {
+  add(make([&](Event& e) {
+    e.type = Event::Type::mouseClick;
+    e.x = at.x;
+    e.y = at.y;
+  }));
 }
 
-void EventLog::open(const std::vector<std::string>& urls) { add(make([&](Event& e) { e.type = Event::Type::open; e.urls = urls; })); }
+void EventLog::scrollWheel(Point at, int lines) {
+  add(make([&](Event& e) {
+    e.type = Event::Type::scroll;
+    e.action = "scrollWheel";
+    e.x = at.x;
+    e.y = at.y;
+    e.lines = lines;
+  }));
+}
 
-void EventLog::pasteboard(const std::string& text) { add(make([&](Event& e) { e.type = Event::Type::pasteboard; e.text = text; })); }
+void EventLog::open(const std::vector<std::string>& urls) {
+  add(make([&](Event& e) {
+    e.type = Event::Type::open;
+    e.urls = urls;
+  }));
+}
+
+void EventLog::pasteboard(const std::string& text) {
+  add(make([&](Event& e) {
+    e.type = Event::Type::pasteboard;
+    e.text = text;
+  }));
+}
 
 void EventLog::scroll(const std::string& action, const std::string& role, const std::string& label) {
-  add(make([&](Event& e) { e.type = Event::Type::scroll; e.role = role; e.label = label; e.action = action; }));
+  add(make([&](Event& e) {
+    e.type = Event::Type::scroll;
+    e.role = role;
+    e.label = label;
+    e.action = action;
+  }));
 }
 
 std::vector<Event> EventLog::events() const {

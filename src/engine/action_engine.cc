@@ -46,10 +46,8 @@ void ActionEngine::notePage(const PageSnapshot& snap, std::vector<std::string>& 
   std::snprintf(buf, sizeof buf, "Read %d elements, %d text lines in %.2fs", int(snap.elements.size()),
                 int(snap.lines.size()), snap.captureTime);
   dbg.push_back(std::string(buf) + (snap.webArea ? "" : " (no web area found — using whole window)"));
-  if (!snap.pageTitle.empty())
-    dbg.push_back("Page: " + snap.pageTitle);
-  else if (!snap.windowTitle.empty())
-    dbg.push_back("Page: " + snap.windowTitle);
+  if (!snap.pageTitle.empty()) dbg.push_back("Page: " + snap.pageTitle);
+  else if (!snap.windowTitle.empty()) dbg.push_back("Page: " + snap.windowTitle);
 }
 
 ActionResult ActionEngine::unreadable(std::vector<std::string> dbg) const {
@@ -62,7 +60,8 @@ ActionResult ActionEngine::unreadable(std::vector<std::string> dbg) const {
 Outcome ActionEngine::run(const Intent& intent, std::stop_token stop) {
   stop_ = stop;
   std::string adapterName = target_.adapter ? target_.adapter->name() : std::string();
-  std::vector<std::string> dbg{"Intent: " + title(intent), "Browser: " + browserName() + " (" + adapterName + " adapter)"};
+  std::vector<std::string> dbg{"Intent: " + title(intent),
+                               "Browser: " + browserName() + " (" + adapterName + " adapter)"};
 
   // These act on the browser directly, without reading the page first.
   if (auto* t = std::get_if<intents::Type>(&intent)) return typeFlow(t->text, t->field, t->replace, std::move(dbg));
@@ -85,7 +84,8 @@ Outcome ActionEngine::run(const Intent& intent, std::stop_token stop) {
   if (!snap) return unreadable(std::move(dbg));
   notePage(*snap, dbg);
 
-  if (auto* c = std::get_if<intents::Click>(&intent)) return clickFlow(c->target, MatchPurpose::click, *snap, std::move(dbg));
+  if (auto* c = std::get_if<intents::Click>(&intent))
+    return clickFlow(c->target, MatchPurpose::click, *snap, std::move(dbg));
   if (auto* l = std::get_if<intents::OpenLink>(&intent))
     return clickFlow(l->target, MatchPurpose::link, *snap, std::move(dbg));
   if (auto* l = std::get_if<intents::OpenLinks>(&intent)) return openLinks(l->matching, *snap, std::move(dbg));
@@ -108,14 +108,13 @@ Outcome ActionEngine::read(const PageSnapshot& snap, std::vector<std::string> db
   if (text.empty()) return ActionResult::failure("Nothing readable on this page", std::nullopt, std::move(dbg));
   std::string title = !snap.pageTitle.empty() ? snap.pageTitle : !snap.windowTitle.empty() ? snap.windowTitle : "page";
   title = TextUtil::truncate(title, 60);
-  ActionResult r = ActionResult::info(
-      "Read **" + TextUtil::md(title) + "** — " + std::to_string(TextUtil::words(text)) + " words", std::nullopt,
-      std::move(dbg));
+  ActionResult r =
+      ActionResult::info("Read **" + TextUtil::md(title) + "** — " + std::to_string(TextUtil::words(text)) + " words",
+                         std::nullopt, std::move(dbg));
   constexpr int kShown = 8000;
   if (TextUtil::length(text) > kShown)
     r.body = TextUtil::prefix(text, kShown) + "\n…(truncated here; Copy gets everything)";
-  else
-    r.body = text;
+  else r.body = text;
   r.copyText = std::move(text);
   return r;
 }
@@ -172,9 +171,7 @@ std::string ActionEngine::elementDebug(const PageElement& e) {
   return s;
 }
 
-std::string ActionEngine::roleName(const std::string& role) {
-  return role.rfind("AX", 0) == 0 ? role.substr(2) : role;
-}
+std::string ActionEngine::roleName(const std::string& role) { return role.rfind("AX", 0) == 0 ? role.substr(2) : role; }
 
 ActionResult ActionEngine::goneResult() {
   return ActionResult::failure("That command has ended", "Run it again from the palette.");
@@ -186,10 +183,8 @@ void ActionEngine::highlight(const PageElement& element, double seconds) {
 
 bool ActionEngine::reveal(const PageElement& element) {
   bool scrolled = platform_.ax.performAction(element.element, "AXScrollToVisible") == ax::Error::success;
-  if (auto frame = currentFrame(element.element); frame && frame->hasArea())
-    platform_.highlighter.show(*frame, 1.5);
-  else
-    highlight(element);
+  if (auto frame = currentFrame(element.element); frame && frame->hasArea()) platform_.highlighter.show(*frame, 1.5);
+  else highlight(element);
   return scrolled;
 }
 

@@ -47,8 +47,8 @@ Outcome ActionEngine::ask(const std::string& question, const PageSnapshot& snap,
   };
   if (local) {
     const std::string user = "Page title: " + title + "\n\nExcerpts:\n" + excerpts.text + "\n\nQuestion: " + question;
-    answer = ai().ownModel()->generate(std::string(prompts::questionLocal), user, prompts::questionMaxTokens, sink,
-                                       stop);
+    answer =
+        ai().ownModel()->generate(std::string(prompts::questionLocal), user, prompts::questionMaxTokens, sink, stop);
     if (!hasText(answer)) answer.reset();
   }
   if (!answer && !stopRequested() && ai().systemModelUsable()) {

@@ -10,11 +10,11 @@
 namespace skimlet {
 
 namespace {
-constexpr double kNearTie = 6;         // points within which another candidate competes with the best
-constexpr double kConfident = 45;      // a lone best candidate below this asks the model first
-constexpr size_t kMaxChoices = 6;      // options offered when candidates tie
-constexpr size_t kModelOptions = 8;    // candidates shown to the model at low confidence
-constexpr size_t kPoolSize = 40;       // elements offered to the model when nothing matched
+constexpr double kNearTie = 6;       // points within which another candidate competes with the best
+constexpr double kConfident = 45;    // a lone best candidate below this asks the model first
+constexpr size_t kMaxChoices = 6;    // options offered when candidates tie
+constexpr size_t kModelOptions = 8;  // candidates shown to the model at low confidence
+constexpr size_t kPoolSize = 40;     // elements offered to the model when nothing matched
 
 // What kind of control a candidate is, as the user and the model are told: the words of an
 // unnamed link are "Link", not the text run that carries them.
@@ -78,8 +78,8 @@ Outcome ActionEngine::clickFlow(const TargetSpec& target, MatchPurpose purpose, 
   dbg.push_back(line);
 
   auto select = [&](const Match& m) -> Outcome {
-    dbg.push_back("Selected: " + kindOf(m, snap) + " “" + m.element.label() + "” — " + m.reason +
-                  " (score " + std::to_string(static_cast<long long>(m.score)) + ")");
+    dbg.push_back("Selected: " + kindOf(m, snap) + " “" + m.element.label() + "” — " + m.reason + " (score " +
+                  std::to_string(static_cast<long long>(m.score)) + ")");
     return press(m, snap, std::move(dbg));
   };
 

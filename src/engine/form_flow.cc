@@ -25,14 +25,12 @@ std::optional<double> number(std::string_view text) {
 }
 
 // The best-named visible element that passes `wanted`, if its label matches well enough.
-std::optional<Match> bestNamed(const std::string& query, const PageSnapshot& snap,
-                               bool (*wanted)(const PageElement&)) {
+std::optional<Match> bestNamed(const std::string& query, const PageSnapshot& snap, bool (*wanted)(const PageElement&)) {
   std::optional<Match> best;
   for (const auto& e : snap.elements) {
     if (!e.frame || !e.frame->hasArea() || !wanted(e)) continue;
     const double score = query.empty() ? 50 : ElementMatcher::score(e, query);
-    if (score >= kMinScore && (!best || score > best->score))
-      best = Match{e, score, "label matches “" + query + "”"};
+    if (score >= kMinScore && (!best || score > best->score)) best = Match{e, score, "label matches “" + query + "”"};
   }
   return best;
 }
@@ -84,8 +82,10 @@ Outcome ActionEngine::setChecked(const TargetSpec& target, bool on, const PageSn
 std::optional<Outcome> ActionEngine::setControl(const std::string& value, const TargetSpec& target,
                                                 const PageSnapshot& snap, std::vector<std::string>& dbg,
                                                 bool listsOnly) {
-  auto found = bestNamed(target.query, snap, listsOnly ? +[](const PageElement& e) { return e.role == "AXPopUpButton"; }
-                                                       : +[](const PageElement& e) { return isValueControl(e); });
+  auto found = bestNamed(
+      target.query, snap,
+      listsOnly ? +[](const PageElement& e) { return e.role == "AXPopUpButton"; }
+                : +[](const PageElement& e) { return isValueControl(e); });
   if (!found) return std::nullopt;
   const PageElement& control = found->element;
   const std::string name = control.label().empty() ? roleName(control.role) : control.label();
@@ -106,8 +106,8 @@ std::optional<Outcome> ActionEngine::setControl(const std::string& value, const 
     if (list)
       return ActionResult::failure("**" + TextUtil::md(name) + "** has no option “" + TextUtil::md(value) + "”",
                                    "Click **" + TextUtil::md(name) + "** to see its options.", std::move(dbg));
-    return ActionResult::failure("Couldn't set **" + TextUtil::md(name) + "**",
-                                 "The control didn't accept the value.", std::move(dbg));
+    return ActionResult::failure("Couldn't set **" + TextUtil::md(name) + "**", "The control didn't accept the value.",
+                                 std::move(dbg));
   }
   dbg.push_back("Set AXValue");
   const std::string now = attributeText(control.element, "AXValue");

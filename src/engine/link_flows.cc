@@ -8,10 +8,10 @@
 namespace skimlet {
 
 namespace {
-constexpr double kLinkScore = 50;   // how well a link must mention the words to be opened
-constexpr size_t kMaxLinks = 15;    // more would flood the tab bar
-constexpr size_t kAskFrom = 4;      // this many tabs at once deserve a question first
-constexpr int kArticleLabel = 24;   // a link longer than this reads like a headline
+constexpr double kLinkScore = 50;  // how well a link must mention the words to be opened
+constexpr size_t kMaxLinks = 15;   // more would flood the tab bar
+constexpr size_t kAskFrom = 4;     // this many tabs at once deserve a question first
+constexpr int kArticleLabel = 24;  // a link longer than this reads like a headline
 
 bool visible(const PageElement& e) { return !e.frame || e.frame->hasArea(); }
 
@@ -61,8 +61,11 @@ Outcome ActionEngine::openLinks(const std::string& matching, const PageSnapshot&
     return r;
   };
   if (links.size() < kAskFrom) return open(*this, std::move(dbg));
-  Confirmation c{"Open " + std::to_string(links.size()) + " links?", "Each will open in a new " + browserName() + " tab.",
-                 "Open", dbg, {}};
+  Confirmation c{"Open " + std::to_string(links.size()) + " links?",
+                 "Each will open in a new " + browserName() + " tab.",
+                 "Open",
+                 dbg,
+                 {}};
   c.perform = followUp<ActionResult>([open, dbg](ActionEngine& engine) { return open(engine, dbg); });
   return c;
 }
@@ -99,7 +102,8 @@ Outcome ActionEngine::openArticle(const PageSnapshot& snap, std::vector<std::str
   if (!link) {
     for (const auto& e : snap.elements) {
       if (e.role != "AXLink" || !visible(e)) continue;
-      if (PageElement named = ElementMatcher::named(e, snap.elements); TextUtil::length(named.label()) > kArticleLabel) {
+      if (PageElement named = ElementMatcher::named(e, snap.elements);
+          TextUtil::length(named.label()) > kArticleLabel) {
         link = std::move(named);
         break;
       }

@@ -38,8 +38,7 @@ std::string lowerASCII(std::string s) {
 }
 }  // namespace
 
-std::optional<PageElement> ActionEngine::chromeButton(const std::vector<std::string>& names,
-                                                      const PageSnapshot& snap) {
+std::optional<PageElement> ActionEngine::chromeButton(const std::vector<std::string>& names, const PageSnapshot& snap) {
   for (const auto& e : snap.chrome) {
     if (e.role != "AXButton" && e.role != "AXMenuButton") continue;
     for (const auto& label : e.labels()) {

@@ -30,15 +30,14 @@ struct ActionResult {
   std::string headline;             // one line, light Markdown (**bold**)
   std::optional<std::string> body;  // the hint after a failure, or the content (page text, answer)
   std::vector<FoundItem> items;
-  std::vector<std::string> debug;      // the "Why?" lines
+  std::vector<std::string> debug;       // the "Why?" lines
   std::optional<std::string> copyText;  // what Copy takes instead of a truncated body
-  bool isPartial = false;              // only on results streamed while a model still writes
+  bool isPartial = false;               // only on results streamed while a model still writes
 
   static ActionResult success(std::string headline, std::vector<std::string> debug = {}) {
     return make(Kind::success, std::move(headline), std::nullopt, std::move(debug));
   }
-  static ActionResult info(std::string headline, std::optional<std::string> body,
-                           std::vector<std::string> debug = {}) {
+  static ActionResult info(std::string headline, std::optional<std::string> body, std::vector<std::string> debug = {}) {
     return make(Kind::info, std::move(headline), std::move(body), std::move(debug));
   }
   static ActionResult failure(std::string headline, std::optional<std::string> body = std::nullopt,

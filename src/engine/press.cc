@@ -21,12 +21,12 @@ ChoiceOption ActionEngine::describe(const Match& match, const PageSnapshot& snap
     o.subtitle += where < 0.33 ? " · top of view" : where < 0.66 ? " · middle of view" : " · bottom of view";
   }
   o.element = e;
-  o.run = followUp<Outcome>([match, trail = std::vector<std::string>{"Picked by you from " + o.subtitle}](
-                                ActionEngine& engine) {
-    const PageSnapshot* snap = engine.snapshot();
-    if (!snap) return Outcome(engine.unreadable(trail));
-    return engine.press(match, *snap, trail);
-  });
+  o.run = followUp<Outcome>(
+      [match, trail = std::vector<std::string>{"Picked by you from " + o.subtitle}](ActionEngine& engine) {
+        const PageSnapshot* snap = engine.snapshot();
+        if (!snap) return Outcome(engine.unreadable(trail));
+        return engine.press(match, *snap, trail);
+      });
   return o;
 }
 
@@ -40,9 +40,8 @@ Outcome ActionEngine::press(const Match& match, const PageSnapshot& snap, std::v
   auto risk = Safety::assess(label);
   if (!risk) return doPress(target, label, std::move(dbg));
   Confirmation c{"Click “" + label + "”?", *risk, "Click", dbg, {}};
-  c.perform = followUp<ActionResult>([target, label, dbg](ActionEngine& engine) {
-    return engine.doPress(target, label, dbg);
-  });
+  c.perform =
+      followUp<ActionResult>([target, label, dbg](ActionEngine& engine) { return engine.doPress(target, label, dbg); });
   return c;
 }
 

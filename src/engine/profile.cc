@@ -22,8 +22,7 @@ std::string Profile::problemWith(ProfileField field, std::string_view value) {
   std::string quoted = "“";
   quoted.append(value).append("”");
   switch (field) {
-    case ProfileField::name:
-      return "";
+    case ProfileField::name: return "";
     case ProfileField::email: {
       const auto at = value.find('@');
       const bool ok = at != std::string_view::npos && at > 0 && value.find('@', at + 1) == std::string_view::npos &&

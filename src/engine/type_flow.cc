@@ -80,9 +80,8 @@ Outcome ActionEngine::chooseField(const std::string& text, const std::optional<T
     o.title = label.empty() ? "(unlabeled field)" : label;
     if (auto section = snap.sectionTitle(m.element.id)) o.subtitle = TextUtil::truncate(*section, 40);
     o.element = m.element;
-    o.run = followUp<Outcome>([writeInto, e = m.element, dbg](ActionEngine& engine) {
-      return Outcome(writeInto(engine, e, dbg));
-    });
+    o.run = followUp<Outcome>(
+        [writeInto, e = m.element, dbg](ActionEngine& engine) { return Outcome(writeInto(engine, e, dbg)); });
     choice.options.push_back(std::move(o));
   }
   return choice;

@@ -11,12 +11,12 @@ namespace skimlet {
 
 namespace {
 
-constexpr std::array<std::string_view, 9> kRoleRaw = {"any",      "button", "link",  "field",  "checkbox",
-                                                      "tab",      "image",  "heading", "result"};
-constexpr std::array<std::string_view, 9> kRoleNoun = {"element",  "button", "link",  "field",  "checkbox",
-                                                       "tab",      "image",  "heading", "result"};
-constexpr std::array<std::string_view, 11> kKeyRaw = {"copy", "paste", "selectAll", "enter", "escape", "tab",
-                                                      "delete", "up", "down", "left", "right"};
+constexpr std::array<std::string_view, 9> kRoleRaw = {"any", "button", "link",    "field", "checkbox",
+                                                      "tab", "image",  "heading", "result"};
+constexpr std::array<std::string_view, 9> kRoleNoun = {"element", "button", "link",    "field", "checkbox",
+                                                       "tab",     "image",  "heading", "result"};
+constexpr std::array<std::string_view, 11> kKeyRaw = {"copy",   "paste", "selectAll", "enter", "escape", "tab",
+                                                      "delete", "up",    "down",      "left",  "right"};
 constexpr std::array<std::string_view, 3> kProfileRaw = {"name", "email", "phone"};
 
 template <typename E, std::size_t N>
@@ -35,8 +35,8 @@ std::string capitalised(std::string_view s) {
 std::string quoted(std::string_view s) { return "“" + std::string(s) + "”"; }
 
 std::string ordinalWord(int n) {
-  static constexpr std::array<std::string_view, 11> words = {
-      "", "first", "second", "third", "fourth", "fifth", "sixth", "seventh", "eighth", "ninth", "tenth"};
+  static constexpr std::array<std::string_view, 11> words = {"",      "first",   "second", "third", "fourth", "fifth",
+                                                             "sixth", "seventh", "eighth", "ninth", "tenth"};
   assert(n >= 0 && "negative ordinals other than -1 never reach the word table");
   if (n < 0) return "";
   if (n > 10) return "#" + std::to_string(n);
@@ -141,8 +141,7 @@ std::string title(const Intent& intent) {
           [](const intents::Key& k) { return "Press " + title(k.key); },
           [](const intents::Navigate& n) { return navTitle(n.action); },
           [](const intents::List& l) {
-            return l.role == RoleHint::any ? std::string("List elements")
-                                           : "List " + std::string(noun(l.role)) + "s";
+            return l.role == RoleHint::any ? std::string("List elements") : "List " + std::string(noun(l.role)) + "s";
           },
           [](const intents::OpenArticle&) { return std::string("Open this article"); },
           [](const intents::Read&) { return std::string("Read page"); },
@@ -155,9 +154,8 @@ std::string title(const Intent& intent) {
 
 std::string_view caseName(const Intent& intent) {
   static constexpr std::array<std::string_view, 17> names = {
-      "click",       "openLink", "openLinks", "ask",  "find",        "findAll", "scroll",
-      "type",        "fillProfile", "key",    "navigate", "list",  "openArticle", "read",
-      "summarize",   "copyArticle", "setChecked"};
+      "click", "openLink", "openLinks", "ask",         "find", "findAll",   "scroll",      "type",      "fillProfile",
+      "key",   "navigate", "list",      "openArticle", "read", "summarize", "copyArticle", "setChecked"};
   return names[intent.index()];
 }
 

@@ -49,13 +49,34 @@ struct NavAction {
 };
 
 namespace intents {
-struct Click { TargetSpec target; bool operator==(const Click&) const = default; };
-struct OpenLink { TargetSpec target; bool operator==(const OpenLink&) const = default; };
-struct OpenLinks { std::string matching; bool operator==(const OpenLinks&) const = default; };
-struct Ask { std::string question; bool operator==(const Ask&) const = default; };
-struct Find { std::string text; bool operator==(const Find&) const = default; };
-struct FindAll { std::string text; bool operator==(const FindAll&) const = default; };
-struct Scroll { ScrollSpec spec; bool operator==(const Scroll&) const = default; };
+struct Click {
+  TargetSpec target;
+  bool operator==(const Click&) const = default;
+};
+struct OpenLink {
+  TargetSpec target;
+  bool operator==(const OpenLink&) const = default;
+};
+struct OpenLinks {
+  std::string matching;
+  bool operator==(const OpenLinks&) const = default;
+};
+struct Ask {
+  std::string question;
+  bool operator==(const Ask&) const = default;
+};
+struct Find {
+  std::string text;
+  bool operator==(const Find&) const = default;
+};
+struct FindAll {
+  std::string text;
+  bool operator==(const FindAll&) const = default;
+};
+struct Scroll {
+  ScrollSpec spec;
+  bool operator==(const Scroll&) const = default;
+};
 struct Type {
   std::string text;
   std::optional<TargetSpec> field;
@@ -67,13 +88,30 @@ struct FillProfile {
   std::optional<TargetSpec> field;
   bool operator==(const FillProfile&) const = default;
 };
-struct Key { KeyAction key = KeyAction::enter; bool operator==(const Key&) const = default; };
-struct Navigate { NavAction action; bool operator==(const Navigate&) const = default; };
-struct List { RoleHint role = RoleHint::any; bool operator==(const List&) const = default; };
-struct OpenArticle { bool operator==(const OpenArticle&) const = default; };
-struct Read { bool operator==(const Read&) const = default; };
-struct Summarize { bool operator==(const Summarize&) const = default; };
-struct CopyArticle { bool operator==(const CopyArticle&) const = default; };
+struct Key {
+  KeyAction key = KeyAction::enter;
+  bool operator==(const Key&) const = default;
+};
+struct Navigate {
+  NavAction action;
+  bool operator==(const Navigate&) const = default;
+};
+struct List {
+  RoleHint role = RoleHint::any;
+  bool operator==(const List&) const = default;
+};
+struct OpenArticle {
+  bool operator==(const OpenArticle&) const = default;
+};
+struct Read {
+  bool operator==(const Read&) const = default;
+};
+struct Summarize {
+  bool operator==(const Summarize&) const = default;
+};
+struct CopyArticle {
+  bool operator==(const CopyArticle&) const = default;
+};
 // "tick remember me", "uncheck the newsletter box": a check box brought to a state, which a
 // click (a toggle) cannot promise.
 struct SetChecked {
@@ -84,10 +122,10 @@ struct SetChecked {
 }  // namespace intents
 
 // The cases in their fixed order; the variant index is the case index.
-using Intent = std::variant<intents::Click, intents::OpenLink, intents::OpenLinks, intents::Ask, intents::Find,
-                            intents::FindAll, intents::Scroll, intents::Type, intents::FillProfile, intents::Key,
-                            intents::Navigate, intents::List, intents::OpenArticle, intents::Read,
-                            intents::Summarize, intents::CopyArticle, intents::SetChecked>;
+using Intent =
+    std::variant<intents::Click, intents::OpenLink, intents::OpenLinks, intents::Ask, intents::Find, intents::FindAll,
+                 intents::Scroll, intents::Type, intents::FillProfile, intents::Key, intents::Navigate, intents::List,
+                 intents::OpenArticle, intents::Read, intents::Summarize, intents::CopyArticle, intents::SetChecked>;
 
 // The one-line label shown for a pending command and in the "Why?" lines.
 std::string title(const Intent& intent);

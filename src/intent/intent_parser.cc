@@ -56,8 +56,8 @@ std::string_view trimEdges(std::string_view s) {
 // Removes one pair of enclosing quotes, the first pair in this order that fits.
 std::string strip(std::string_view text) {
   std::string_view s = trimWhite(text);
-  static constexpr std::array<std::pair<std::string_view, std::string_view>, 5> pairs = {{
-      {"\"", "\""}, {"“", "”"}, {"'", "'"}, {"‘", "’"}, {"`", "`"}}};
+  static constexpr std::array<std::pair<std::string_view, std::string_view>, 5> pairs = {
+      {{"\"", "\""}, {"“", "”"}, {"'", "'"}, {"‘", "’"}, {"`", "`"}}};
   // Only the first and last characters matter, so avoid a full grapheme walk unless the ends
   // look like quotes at all.
   for (const auto& [open, close] : pairs) {
@@ -86,9 +86,9 @@ std::string utf8(const icu::UnicodeString& s) {
 
 const std::unordered_map<std::string_view, int>& ordinals() {
   static const std::unordered_map<std::string_view, int> table = {
-      {"first", 1},   {"1st", 1},  {"second", 2}, {"2nd", 2},  {"third", 3},   {"3rd", 3},   {"fourth", 4},
-      {"4th", 4},     {"fifth", 5}, {"5th", 5},    {"sixth", 6}, {"6th", 6},    {"seventh", 7}, {"7th", 7},
-      {"eighth", 8},  {"8th", 8},  {"ninth", 9},  {"9th", 9},  {"tenth", 10}, {"10th", 10}, {"last", -1}};
+      {"first", 1},  {"1st", 1},   {"second", 2}, {"2nd", 2},   {"third", 3},  {"3rd", 3},     {"fourth", 4},
+      {"4th", 4},    {"fifth", 5}, {"5th", 5},    {"sixth", 6}, {"6th", 6},    {"seventh", 7}, {"7th", 7},
+      {"eighth", 8}, {"8th", 8},   {"ninth", 9},  {"9th", 9},   {"tenth", 10}, {"10th", 10},   {"last", -1}};
   return table;
 }
 
@@ -104,9 +104,9 @@ const std::unordered_map<std::string_view, RoleHint>& roleWords() {
 
 const std::unordered_set<std::string_view>& connectors() {
   static const std::unordered_set<std::string_view> table = {
-      "about", "mentioning", "mentions", "mention", "containing", "contains", "that", "says",
-      "saying", "named", "labeled", "labelled", "called", "with", "for", "the", "of", "on",
-      "a", "an", "this", "to", "says:"};
+      "about",  "mentioning", "mentions", "mention",  "containing", "contains", "that", "says",
+      "saying", "named",      "labeled",  "labelled", "called",     "with",     "for",  "the",
+      "of",     "on",         "a",        "an",       "this",       "to",       "says:"};
   return table;
 }
 
@@ -179,9 +179,7 @@ std::optional<Intent> typeInto(const Groups& g) {
 const std::deque<Rule>& rules() {
   using K = NavAction::Kind;
   using S = ScrollSpec::Kind;
-  auto always = [](Intent i) {
-    return [i](const Groups&, const std::string&) -> std::optional<Intent> { return i; };
-  };
+  auto always = [](Intent i) { return [i](const Groups&, const std::string&) -> std::optional<Intent> { return i; }; };
   static const std::deque<Rule> all = [&] {
     std::deque<Rule> r;
     // Navigation before anything that could read "back" or "next page" as a target.
@@ -230,10 +228,9 @@ const std::deque<Rule>& rules() {
         "scroll\\s+(?:all\\s+the\\s+way\\s+)?(?:up\\s+)?(?:to\\s+)?(?:the\\s+)?(?:top|start)"
         "(?:\\s+of\\s+(?:the|this)\\s+page)?|go\\s+to\\s+(?:the\\s+)?top",
         always(scroll(S::top)));
-    r.emplace_back("scroll\\s+(?:down\\s+|up\\s+)?(?:to|until\\s+(?:i\\s+see)?)\\s+(?:the\\s+)?(.+)",
-                   [](const Groups& g, const std::string&) -> std::optional<Intent> {
-                     return scroll(S::section, clean(g[0]));
-                   });
+    r.emplace_back(
+        "scroll\\s+(?:down\\s+|up\\s+)?(?:to|until\\s+(?:i\\s+see)?)\\s+(?:the\\s+)?(.+)",
+        [](const Groups& g, const std::string&) -> std::optional<Intent> { return scroll(S::section, clean(g[0])); });
     r.emplace_back(
         "read(?:\\s+(?:this|the|current))?(?:\\s+(?:page|site|website|article|tab))?(?:\\s+(?:to\\s+me|aloud))?"
         "|what(?:'s|\\s+is)\\s+on\\s+(?:this|the)\\s+page|show\\s+(?:me\\s+)?(?:the\\s+)?page\\s+text",
@@ -246,9 +243,10 @@ const std::deque<Rule>& rules() {
     r.emplace_back("(?:summarize|summarise)\\s+(.+)", [](const Groups& g, const std::string&) -> std::optional<Intent> {
       return intents::Ask{"Summarize " + clean(g[0])};
     });
-    r.emplace_back("read\\s+(?:out\\s+)?(?:me\\s+)?(.+)", [](const Groups& g, const std::string&) -> std::optional<Intent> {
-      return intents::Ask{"What does the page say about " + clean(g[0]) + "?"};
-    });
+    r.emplace_back("read\\s+(?:out\\s+)?(?:me\\s+)?(.+)",
+                   [](const Groups& g, const std::string&) -> std::optional<Intent> {
+                     return intents::Ask{"What does the page say about " + clean(g[0]) + "?"};
+                   });
     auto findAll = [](const Groups& g, const std::string&) -> std::optional<Intent> {
       return intents::FindAll{clean(g[0])};
     };
@@ -311,9 +309,10 @@ const std::deque<Rule>& laterRules() {
     r.emplace_back(
         "(?:type|enter|input|write|put)\\s+(.+?)\\s+(?:into|in\\s+to|inside|in\\s+the|in)\\s+(?:the\\s+|this\\s+)?(.+)",
         [](const Groups& g, const std::string&) { return typeInto(g); });
-    r.emplace_back("(?:type|enter|input|write)\\s+(.+)", [](const Groups& g, const std::string&) -> std::optional<Intent> {
-      return intents::Type{clean(g[0]), std::nullopt, false};
-    });
+    r.emplace_back("(?:type|enter|input|write)\\s+(.+)",
+                   [](const Groups& g, const std::string&) -> std::optional<Intent> {
+                     return intents::Type{clean(g[0]), std::nullopt, false};
+                   });
     r.emplace_back("(?:click|tap|press|hit|select|choose|push)(?:\\s+on)?\\s+(.+)",
                    [](const Groups& g, const std::string&) -> std::optional<Intent> {
                      return intents::Click{parseTarget(g[0], RoleHint::any)};
@@ -352,8 +351,7 @@ std::string withoutPoliteness(std::string_view trimmed) {
   return utf8(s);
 }
 
-std::optional<Intent> firstMatch(const std::deque<Rule>& rules, const icu::UnicodeString& u,
-                                 const std::string& text) {
+std::optional<Intent> firstMatch(const std::deque<Rule>& rules, const icu::UnicodeString& u, const std::string& text) {
   for (const Rule& rule : rules) {
     auto groups = rule.regex.search(u);
     if (!groups) continue;
@@ -378,8 +376,8 @@ std::optional<ProfileField> profileField(std::string_view text) {
 }
 
 TargetSpec parseTarget(std::string_view text, RoleHint defaultRole) {
-  static const Regex anchor(
-      "\\s+(?:next\\s+to|beside|near|adjacent\\s+to|right\\s+of|left\\s+of)\\s+(?:the\\s+)?", true);
+  static const Regex anchor("\\s+(?:next\\s+to|beside|near|adjacent\\s+to|right\\s+of|left\\s+of)\\s+(?:the\\s+)?",
+                            true);
   unicode::Utf8 valid(text);
   std::string s = clean(valid.view());
 

@@ -85,9 +85,7 @@ void dequantRows(const QMatrix& m, int64_t first, int64_t count, float* out) {
     const uint8_t* src = m.row(first + r);
     float* dst = out + r * m.cols;
     switch (m.type) {
-      case GGMLType::f32:
-        std::memcpy(dst, src, static_cast<size_t>(m.cols) * 4);
-        break;
+      case GGMLType::f32: std::memcpy(dst, src, static_cast<size_t>(m.cols) * 4); break;
       case GGMLType::f16:
         for (int64_t i = 0; i < m.cols; ++i) dst[i] = readHalf(src + 2 * i);
         break;

@@ -85,10 +85,17 @@ std::string GGUFFile::readString() {
 
 std::optional<int> GGUFFile::fixedSize(uint32_t type) {
   switch (type) {
-    case 0: case 1: case 7: return 1;
-    case 2: case 3: return 2;
-    case 4: case 5: case 6: return 4;
-    case 10: case 11: case 12: return 8;
+    case 0:
+    case 1:
+    case 7: return 1;
+    case 2:
+    case 3: return 2;
+    case 4:
+    case 5:
+    case 6: return 4;
+    case 10:
+    case 11:
+    case 12: return 8;
     default: return std::nullopt;
   }
 }
@@ -252,8 +259,7 @@ QMatrix GGUFFile::matrix(const std::string& name) const {
   if (it == tensors.end() || it->second.dims.size() != 2) throw GGUFError("Missing tensor " + name);
   const TensorInfo& t = it->second;
   auto traits = GGMLType::traits(t.type);
-  if (!traits)
-    throw GGUFError("Unsupported quantization (type " + std::to_string(t.type) + ") in " + name);
+  if (!traits) throw GGUFError("Unsupported quantization (type " + std::to_string(t.type) + ") in " + name);
   QMatrix m{nullptr, t.type, t.dims[1], t.dims[0]};
   if (elementCount(t.dims) < 0) throw GGUFError("Truncated model file");
   m.ptr = tensorBytes(t, m.rows, m.cols);

@@ -233,7 +233,7 @@ std::optional<std::string> LocalModelRuntime::run(Request& r) {
 }
 
 std::vector<int> LocalModelRuntime::draftTokens(const ReplyDrafter& drafter, const std::string& reply,
-                                               const std::vector<int>& replyTokens, int room) {
+                                                const std::vector<int>& replyTokens, int room) {
   if (room <= 0 || !unicode::isValidUtf8(reply)) return {};
   const std::string guess = drafter(reply);
   if (guess.empty()) return {};
@@ -245,8 +245,7 @@ std::vector<int> LocalModelRuntime::draftTokens(const ReplyDrafter& drafter, con
   std::vector<int> tokens;
   if (whole.size() > replyTokens.size() && std::equal(replyTokens.begin(), replyTokens.end(), whole.begin()))
     tokens.assign(whole.begin() + static_cast<std::ptrdiff_t>(replyTokens.size()), whole.end());
-  else
-    tokens = tokenizer.encode(guess);
+  else tokens = tokenizer.encode(guess);
   tokens.resize(std::min<size_t>(tokens.size(), static_cast<size_t>(std::min(room, kMaxDraft))));
   return tokens;
 }

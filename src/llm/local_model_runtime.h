@@ -34,8 +34,8 @@ class LocalModelRuntime {
 
   // Figures of the last request that reached the model, for the "Why?" lines and the tool.
   struct RunStats {
-    int promptTokens = 0;    // after fitting into the context
-    int reusedTokens = 0;    // of those, already in the key/value cache from the request before
+    int promptTokens = 0;  // after fitting into the context
+    int reusedTokens = 0;  // of those, already in the key/value cache from the request before
     int generatedTokens = 0;
     int decodeSteps = 0;     // passes after the prompt's (the first new token comes from the prompt's pass)
     int draftedTokens = 0;   // guessed tokens checked in those passes
@@ -78,8 +78,8 @@ class LocalModelRuntime {
   void workerLoop(std::stop_token);
   std::optional<std::string> run(Request& r);
   bool ensureLoaded();
-  std::vector<int> draftTokens(const ReplyDrafter& drafter, const std::string& reply, const std::vector<int>& replyTokens,
-                               int room);
+  std::vector<int> draftTokens(const ReplyDrafter& drafter, const std::string& reply,
+                               const std::vector<int>& replyTokens, int room);
   void setLastError(std::optional<std::string> e);
 
   Options options_;

@@ -151,8 +151,9 @@ void runAll(std::span<const MatmulJob> jobs, int n, const DotKernels& kernels, b
     plans.push_back(plan);
   }
   ThreadPool::shared().parallelFor(tasks, [&](int64_t task) {
-    auto plan = std::upper_bound(plans.begin(), plans.end(), task,
-                                 [](int64_t t, const Plan& p) { return t < p.firstTask; }) - 1;
+    auto plan =
+        std::upper_bound(plans.begin(), plans.end(), task, [](int64_t t, const Plan& p) { return t < p.firstTask; }) -
+        1;
     const int64_t band = task - plan->firstTask;
     const QMatrix& m = *plan->job->m;
     if (plan->xq) {

@@ -199,8 +199,9 @@ void ModelStore::run() {
     if (cancelRequested_) return false;
     Downloading now{expected > 0 ? std::min(1.0, double(received) / double(expected)) : 0.0, received, expected};
     // Report at most every 0.1 % (or every megabyte when the size is unknown).
-    bool worth = expected > 0 ? now.progress - last.progress >= 0.001 || (received == expected && last.received != received)
-                              : received - last.received >= (1 << 20);
+    bool worth = expected > 0
+                     ? now.progress - last.progress >= 0.001 || (received == expected && last.received != received)
+                     : received - last.received >= (1 << 20);
     if (worth) {
       last = now;
       setState(now);
@@ -212,7 +213,8 @@ void ModelStore::run() {
   using Outcome = HttpDownloadResult::Outcome;
   if (result.outcome == Outcome::finished && !cancelRequested_) return finish(temp, result.status);
   fs::remove(temp, ec);
-  if (result.outcome == Outcome::cancelled || cancelRequested_) return setState(installed() ? State(Ready{}) : State(Missing{}));
+  if (result.outcome == Outcome::cancelled || cancelRequested_)
+    return setState(installed() ? State(Ready{}) : State(Missing{}));
   // A transport error (a redirect loop among them) says what happened; the status of the last
   // response it saw would not.
   if (result.outcome == Outcome::transportError) return setState(Failed{"Download failed: " + result.error});

@@ -30,10 +30,10 @@ using GatedActivation = void (*)(float* g, const float* u, size_t n);
 
 struct DotKernels {
   const char* name = "";
-  RowDot q8_0 = nullptr;  // needs 32-blocks
-  RowDot q4K = nullptr;   // needs 256-blocks
-  RowDot q6K = nullptr;   // needs 256-blocks
-  AttendRow attendRow = nullptr;  // sets without their own take the best other one
+  RowDot q8_0 = nullptr;            // needs 32-blocks
+  RowDot q4K = nullptr;             // needs 256-blocks
+  RowDot q6K = nullptr;             // needs 256-blocks
+  AttendRow attendRow = nullptr;    // sets without their own take the best other one
   GatedActivation gated = nullptr;  // likewise
 };
 

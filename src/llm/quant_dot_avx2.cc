@@ -104,7 +104,8 @@ inline __m256i unpackQ4KScalesMins(__m256i v) {
   const __m256i nibbles = _mm256_blend_epi32(low, _mm256_srli_epi16(low, 4), 0x88);
   const __m256i keep =
       _mm256_broadcastsi128_si256(_mm_setr_epi8(63, 63, 63, 63, 15, 15, 15, 15, 63, 63, 63, 63, 15, 15, 15, 15));
-  return _mm256_or_si256(_mm256_and_si256(nibbles, keep), _mm256_and_si256(_mm256_srli_epi16(top, 2), _mm256_set1_epi8(0x30)));
+  return _mm256_or_si256(_mm256_and_si256(nibbles, keep),
+                         _mm256_and_si256(_mm256_srli_epi16(top, 2), _mm256_set1_epi8(0x30)));
 }
 
 // One block's (the 16 bytes read from blk + 4 stay inside it).
@@ -134,7 +135,8 @@ inline __m256i q4KBlockSums(const uint8_t* blk, const int8_t* q8, __m256i pairSc
     const __m256i q = load(blk + 16 + 32 * p);
     const __m256i lo = _mm256_maddubs_epi16(_mm256_and_si256(q, low4), load(q8 + 64 * p));
     const __m256i hi = _mm256_maddubs_epi16(_mm256_and_si256(_mm256_srli_epi16(q, 4), low4), load(q8 + 64 * p + 32));
-    const __m256i runs = _mm256_add_epi16(_mm256_permute2x128_si256(lo, hi, 0x20), _mm256_permute2x128_si256(lo, hi, 0x31));
+    const __m256i runs =
+        _mm256_add_epi16(_mm256_permute2x128_si256(lo, hi, 0x20), _mm256_permute2x128_si256(lo, hi, 0x31));
     const __m256i scaled = _mm256_madd_epi16(runs, _mm256_shuffle_epi8(pairScales, wordBroadcast(p)));
     if (p % 2 == 0) {
       sum0 = _mm256_add_epi32(sum0, scaled);
@@ -162,12 +164,12 @@ void dotQ4KOne(const uint8_t* w, const QuantizedRows& x, int t, float* out) {
   const int16_t* pairSums = x.rowPairSums(t);
   // Bytes to 16-bit words, per lane: the even scales, the odd scales (each set twice, so that a
   // word broadcast within a lane finds it), and the minimums.
-  const __m256i evens = _mm256_setr_epi8(0, -1, 2, -1, 4, -1, 6, -1, 0, -1, 2, -1, 4, -1, 6, -1, 0, -1, 2, -1, 4, -1, 6, -1,
-                                         0, -1, 2, -1, 4, -1, 6, -1);
-  const __m256i odds = _mm256_setr_epi8(1, -1, 3, -1, 5, -1, 7, -1, 1, -1, 3, -1, 5, -1, 7, -1, 1, -1, 3, -1, 5, -1, 7, -1,
-                                        1, -1, 3, -1, 5, -1, 7, -1);
-  const __m256i minWords = _mm256_setr_epi8(8, -1, 9, -1, 10, -1, 11, -1, 12, -1, 13, -1, 14, -1, 15, -1, 8, -1, 9, -1, 10,
-                                            -1, 11, -1, 12, -1, 13, -1, 14, -1, 15, -1);
+  const __m256i evens = _mm256_setr_epi8(0, -1, 2, -1, 4, -1, 6, -1, 0, -1, 2, -1, 4, -1, 6, -1, 0, -1, 2, -1, 4, -1, 6,
+                                         -1, 0, -1, 2, -1, 4, -1, 6, -1);
+  const __m256i odds = _mm256_setr_epi8(1, -1, 3, -1, 5, -1, 7, -1, 1, -1, 3, -1, 5, -1, 7, -1, 1, -1, 3, -1, 5, -1, 7,
+                                        -1, 1, -1, 3, -1, 5, -1, 7, -1);
+  const __m256i minWords = _mm256_setr_epi8(8, -1, 9, -1, 10, -1, 11, -1, 12, -1, 13, -1, 14, -1, 15, -1, 8, -1, 9, -1,
+                                            10, -1, 11, -1, 12, -1, 13, -1, 14, -1, 15, -1);
   const __m256i minFactors = _mm256_setr_epi32(1, 1, 1, 1, 3, 3, 3, 3);
   __m256 acc = _mm256_setzero_ps(), accMin = _mm256_setzero_ps();
   int64_t b = 0;
@@ -176,26 +178,29 @@ void dotQ4KOne(const uint8_t* w, const QuantizedRows& x, int t, float* out) {
     const __m256i sm = q4KScalesMinsPair(w);
     const __m256i even = _mm256_shuffle_epi8(sm, evens), odd = _mm256_shuffle_epi8(sm, odds);
     const __m256i sums0 = q4KBlockSums(w, q8, _mm256_permute2x128_si256(even, odd, 0x20));
-    const __m256i sums1 = q4KBlockSums(w + GGMLType::q4KBlock.blockSize, q8 + 256, _mm256_permute2x128_si256(even, odd, 0x31));
+    const __m256i sums1 =
+        q4KBlockSums(w + GGMLType::q4KBlock.blockSize, q8 + 256, _mm256_permute2x128_si256(even, odd, 0x31));
     // Four sums a block, each two minimums times their runs' activation sums.
     const __m256i minSums = _mm256_madd_epi16(_mm256_shuffle_epi8(sm, minWords), load(pairSums + 8 * b));
     // d, dmin of block b, then of block b + 1, times the activation's block factors.
     uint32_t h0, h1;
     std::memcpy(&h0, w, 4);
     std::memcpy(&h1, w + GGMLType::q4KBlock.blockSize, 4);
-    const __m128 halves = _mm_cvtph_ps(_mm_unpacklo_epi32(_mm_cvtsi32_si128(static_cast<int>(h0)), _mm_cvtsi32_si128(static_cast<int>(h1))));
+    const __m128 halves = _mm_cvtph_ps(
+        _mm_unpacklo_epi32(_mm_cvtsi32_si128(static_cast<int>(h0)), _mm_cvtsi32_si128(static_cast<int>(h1))));
     const __m128 xd2 = _mm_castpd_ps(_mm_load1_pd(reinterpret_cast<const double*>(xd + b)));
     const __m128 f = _mm_mul_ps(halves, _mm_unpacklo_ps(xd2, xd2));
     acc = _mm256_fmadd_ps(_mm256_cvtepi32_ps(sums0), _mm256_broadcastss_ps(f), acc);
     acc = _mm256_fmadd_ps(_mm256_cvtepi32_ps(sums1), _mm256_broadcastss_ps(_mm_movehl_ps(f, f)), acc);
-    accMin = _mm256_fmadd_ps(_mm256_cvtepi32_ps(minSums), _mm256_permutevar8x32_ps(_mm256_castps128_ps256(f), minFactors),
-                             accMin);
+    accMin = _mm256_fmadd_ps(_mm256_cvtepi32_ps(minSums),
+                             _mm256_permutevar8x32_ps(_mm256_castps128_ps256(f), minFactors), accMin);
   }
   if (b < nb) {  // an odd block count leaves one
     const __m256i sm = _mm256_castsi128_si256(q4KScalesMins8(w));
     const __m256i even = _mm256_shuffle_epi8(sm, evens), odd = _mm256_shuffle_epi8(sm, odds);
     const __m256i sums = q4KBlockSums(w, q8, _mm256_permute2x128_si256(even, odd, 0x20));
-    const __m128i minSums = _mm_madd_epi16(_mm256_castsi256_si128(_mm256_shuffle_epi8(sm, minWords)), load128(pairSums + 8 * b));
+    const __m128i minSums =
+        _mm_madd_epi16(_mm256_castsi256_si128(_mm256_shuffle_epi8(sm, minWords)), load128(pairSums + 8 * b));
     const __m128 dd = twoHalves(w);
     const __m128 f = _mm_mul_ps(dd, _mm_set1_ps(xd[b]));
     acc = _mm256_fmadd_ps(_mm256_cvtepi32_ps(sums), _mm256_broadcastss_ps(f), acc);
@@ -234,7 +239,8 @@ void dotQ4KTile(const uint8_t* w, const QuantizedRows& x, int t0, float* out) {
       const __m256i q = load(w + 16 + 32 * p);
       const __m256i lo = _mm256_and_si256(q, low4), loScale = _mm256_shuffle_epi8(scales, wordBroadcast(2 * p));
       for (int i = 0; i < NT; ++i) {
-        isum[i] = _mm256_add_epi32(isum[i], _mm256_madd_epi16(_mm256_maddubs_epi16(lo, load(q8[i] + 256 * b + 64 * p)), loScale));
+        isum[i] = _mm256_add_epi32(
+            isum[i], _mm256_madd_epi16(_mm256_maddubs_epi16(lo, load(q8[i] + 256 * b + 64 * p)), loScale));
         keep(isum[i]);
       }
       const __m256i hi = _mm256_and_si256(_mm256_srli_epi16(q, 4), low4);
@@ -283,8 +289,8 @@ inline void q6KValues(const uint8_t* blk, __m256i v[8]) {
     v[4 * h + 0] = _mm256_or_si256(_mm256_and_si256(ql0, low4), _mm256_and_si256(_mm256_slli_epi16(qh, 4), high2));
     v[4 * h + 1] = _mm256_or_si256(_mm256_and_si256(ql1, low4), _mm256_and_si256(_mm256_slli_epi16(qh, 2), high2));
     v[4 * h + 2] = _mm256_or_si256(_mm256_and_si256(_mm256_srli_epi16(ql0, 4), low4), _mm256_and_si256(qh, high2));
-    v[4 * h + 3] =
-        _mm256_or_si256(_mm256_and_si256(_mm256_srli_epi16(ql1, 4), low4), _mm256_and_si256(_mm256_srli_epi16(qh, 2), high2));
+    v[4 * h + 3] = _mm256_or_si256(_mm256_and_si256(_mm256_srli_epi16(ql1, 4), low4),
+                                   _mm256_and_si256(_mm256_srli_epi16(qh, 2), high2));
   }
 }
 
@@ -349,7 +355,8 @@ void dotQ6KTile(const uint8_t* w, const QuantizedRows& x, int t0, float* out) {
     auto multiply = [&](int k, __m256i v) {
       const __m256i s = _mm256_shuffle_epi8(runScales, wordBroadcast(k));
       for (int i = 0; i < NT; ++i) {
-        isum[i] = _mm256_add_epi32(isum[i], _mm256_madd_epi16(_mm256_maddubs_epi16(v, load(q8[i] + 256 * b + 32 * k)), s));
+        isum[i] =
+            _mm256_add_epi32(isum[i], _mm256_madd_epi16(_mm256_maddubs_epi16(v, load(q8[i] + 256 * b + 32 * k)), s));
         keep(isum[i]);
       }
     };
@@ -357,9 +364,10 @@ void dotQ6KTile(const uint8_t* w, const QuantizedRows& x, int t0, float* out) {
     for (int h = 0; h < 2; ++h) {
       const uint8_t* ql = w + 64 * h;
       const __m256i qh = load(w + 128 + 32 * h);
-      multiply(4 * h + 0, _mm256_or_si256(_mm256_and_si256(load(ql), low4), _mm256_and_si256(_mm256_slli_epi16(qh, 4), high2)));
-      multiply(4 * h + 1,
-               _mm256_or_si256(_mm256_and_si256(load(ql + 32), low4), _mm256_and_si256(_mm256_slli_epi16(qh, 2), high2)));
+      multiply(4 * h + 0,
+               _mm256_or_si256(_mm256_and_si256(load(ql), low4), _mm256_and_si256(_mm256_slli_epi16(qh, 4), high2)));
+      multiply(4 * h + 1, _mm256_or_si256(_mm256_and_si256(load(ql + 32), low4),
+                                          _mm256_and_si256(_mm256_slli_epi16(qh, 2), high2)));
       multiply(4 * h + 2,
                _mm256_or_si256(_mm256_and_si256(_mm256_srli_epi16(load(ql), 4), low4), _mm256_and_si256(qh, high2)));
       multiply(4 * h + 3, _mm256_or_si256(_mm256_and_si256(_mm256_srli_epi16(load(ql + 32), 4), low4),
@@ -367,8 +375,7 @@ void dotQ6KTile(const uint8_t* w, const QuantizedRows& x, int t0, float* out) {
     }
     const __m256 d = _mm256_set1_ps(oneHalf(w + 208));
     for (int i = 0; i < NT; ++i)
-      acc[i] = _mm256_fmadd_ps(_mm256_mul_ps(d, _mm256_broadcast_ss(xd[i] + b)), _mm256_cvtepi32_ps(isum[i]),
-                               acc[i]);
+      acc[i] = _mm256_fmadd_ps(_mm256_mul_ps(d, _mm256_broadcast_ss(xd[i] + b)), _mm256_cvtepi32_ps(isum[i]), acc[i]);
   }
   for (int i = 0; i < NT; ++i) out[i] = hsum(acc[i]);
 }
@@ -388,7 +395,8 @@ void dotQ6K(const uint8_t* w, const QuantizedRows& x, int t0, int nt, float* out
 // a normal float, which the gated activation below never needs beyond.
 inline __m256 exp8(__m256 x) {
   x = _mm256_min_ps(_mm256_max_ps(x, _mm256_set1_ps(-87.0f)), _mm256_set1_ps(88.0f));
-  const __m256 n = _mm256_round_ps(_mm256_mul_ps(x, _mm256_set1_ps(1.44269504f)), _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_NO_EXC);
+  const __m256 n =
+      _mm256_round_ps(_mm256_mul_ps(x, _mm256_set1_ps(1.44269504f)), _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_NO_EXC);
   __m256 r = _mm256_fnmadd_ps(n, _mm256_set1_ps(0.693359375f), x);
   r = _mm256_fnmadd_ps(n, _mm256_set1_ps(-2.12194440e-4f), r);
   __m256 p = _mm256_set1_ps(1.9875691500e-4f);
@@ -457,7 +465,8 @@ void gated(float* g, const float* u, size_t n) {
   for (; i + 8 <= n; i += 8) {
     const __m256 x = _mm256_loadu_ps(g + i);
     const __m256 e = exp8(_mm256_sub_ps(_mm256_setzero_ps(), x));
-    _mm256_storeu_ps(g + i, _mm256_div_ps(_mm256_mul_ps(x, _mm256_loadu_ps(u + i)), _mm256_add_ps(_mm256_set1_ps(1.0f), e)));
+    _mm256_storeu_ps(g + i,
+                     _mm256_div_ps(_mm256_mul_ps(x, _mm256_loadu_ps(u + i)), _mm256_add_ps(_mm256_set1_ps(1.0f), e)));
   }
   for (; i < n; ++i) g[i] = g[i] / (1.0f + std::exp(-g[i])) * u[i];
 }

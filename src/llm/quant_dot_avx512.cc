@@ -42,8 +42,8 @@ void dotQ8_0(const uint8_t* w, const QuantizedRows& x, int t0, int nt, float* ou
       const uint8_t* blk = w + b * GGMLType::q8_0Block.blockSize;
       const __m256i q = load256(blk + 2);
       // vpdpbusd wants unsigned weights: move the weight's sign onto the activation.
-      const __m256i sum = _mm256_dpbusd_epi32(_mm256_setzero_si256(), _mm256_abs_epi8(q),
-                                              _mm256_sign_epi8(load256(xq + 32 * b), q));
+      const __m256i sum =
+          _mm256_dpbusd_epi32(_mm256_setzero_si256(), _mm256_abs_epi8(q), _mm256_sign_epi8(load256(xq + 32 * b), q));
       acc = _mm256_fmadd_ps(_mm256_cvtepi32_ps(sum), _mm256_set1_ps(readHalf(blk) * xd[b]), acc);
     }
     out[i] = hsum(acc);

@@ -93,8 +93,7 @@ void dotQ6K(const uint8_t* w, const QuantizedRows& x, int t0, int nt, float* out
     for (int i = 0; i < nt; ++i) {
       const int8_t* q8 = x.rowQ(t0 + i) + 256 * b;
       int total = 0;
-      for (int r = 0; r < 16; ++r)
-        total += sc[r] * vaddvq_s32(vdotq_s32(vdupq_n_s32(0), wq[r], vld1q_s8(q8 + 16 * r)));
+      for (int r = 0; r < 16; ++r) total += sc[r] * vaddvq_s32(vdotq_s32(vdupq_n_s32(0), wq[r], vld1q_s8(q8 + 16 * r)));
       acc[i] += x.rowD(t0 + i)[b] * d * static_cast<float>(total);
     }
   }

@@ -199,16 +199,16 @@ void Transformer::attention(int layer, int n, int start, const float* q, float* 
   ThreadPool::shared().parallelFor(nHead, [&](int64_t head) {
     const int kvHead = static_cast<int>(head) / group;
     float* s = scores.data() + static_cast<size_t>(head) * n * total;
-    cblas_sgemm(CblasRowMajor, CblasNoTrans, CblasTrans, n, total, hd, scale, q + head * hd, qDim,
-                keys + kvHead * hd, kvDim(), 0.0f, s, total);
+    cblas_sgemm(CblasRowMajor, CblasNoTrans, CblasTrans, n, total, hd, scale, q + head * hd, qDim, keys + kvHead * hd,
+                kvDim(), 0.0f, s, total);
     for (int i = 0; i < n; ++i) {
       float* row = s + static_cast<size_t>(i) * total;
       const int visible = start + i + 1;
       softmaxInPlace(row, visible);
       std::fill(row + visible, row + total, 0.0f);
     }
-    cblas_sgemm(CblasRowMajor, CblasNoTrans, CblasNoTrans, n, hd, total, 1.0f, s, total, values + kvHead * hd,
-                kvDim(), 0.0f, out + head * hd, qDim);
+    cblas_sgemm(CblasRowMajor, CblasNoTrans, CblasNoTrans, n, hd, total, 1.0f, s, total, values + kvHead * hd, kvDim(),
+                0.0f, out + head * hd, qDim);
   });
 }
 

@@ -64,8 +64,7 @@ const PageElement* pressableAncestor(const PageElement& e, const std::vector<Pag
 
 // Text or an image inside an unnamed pressable container names that container, so it is
 // judged by the container's kind: "the pricing link" is the text run inside an unnamed link.
-bool fitsAsNameOf(const PageElement& e, const std::vector<PageElement>& elements, RoleHint role,
-                  MatchPurpose purpose) {
+bool fitsAsNameOf(const PageElement& e, const std::vector<PageElement>& elements, RoleHint role, MatchPurpose purpose) {
   if (purpose != MatchPurpose::click && purpose != MatchPurpose::link) return false;
   if (canPress(e) || (e.role != "AXStaticText" && e.role != "AXImage")) return false;
   const PageElement* up = pressableAncestor(e, elements);
@@ -74,10 +73,8 @@ bool fitsAsNameOf(const PageElement& e, const std::vector<PageElement>& elements
 
 bool servesPurpose(const PageElement& e, const std::vector<PageElement>& elements, MatchPurpose purpose) {
   switch (purpose) {
-    case MatchPurpose::find:
-      return true;
-    case MatchPurpose::field:
-      return isTextInput(e);
+    case MatchPurpose::find: return true;
+    case MatchPurpose::field: return isTextInput(e);
     case MatchPurpose::click: {
       if (canPress(e) || isTextInput(e)) return true;
       const PageElement* up = pressableAncestor(e, elements);
@@ -120,10 +117,8 @@ double score(std::string_view label, std::string_view query) {
   const double f = 1.0 / (extra * 0.07 + 1.0);
 
   double p = 0;
-  if ((" " + l + " ").find(" " + q + " ") != std::string::npos)
-    p = 82 * f + 8;
-  else if (TextUtil::length(qs) >= 4 && ls.find(qs) != std::string::npos)
-    p = 66 * f;
+  if ((" " + l + " ").find(" " + q + " ") != std::string::npos) p = 82 * f + 8;
+  else if (TextUtil::length(qs) >= 4 && ls.find(qs) != std::string::npos) p = 66 * f;
 
   double t = 0;
   if (!qt.empty()) {
@@ -168,8 +163,7 @@ bool canPress(const PageElement& element) { return Roles::clickable(element.role
 
 bool fits(const PageElement& e, RoleHint role) {
   switch (role) {
-    case RoleHint::any:
-      return true;
+    case RoleHint::any: return true;
     case RoleHint::button:
       if (e.role == "AXButton" || e.role == "AXPopUpButton" || e.role == "AXMenuButton" || e.role == "AXMenuItem")
         return true;
@@ -177,16 +171,11 @@ bool fits(const PageElement& e, RoleHint role) {
     case RoleHint::link:
     case RoleHint::result:  // a search result is followed as a link
       return e.role == "AXLink";
-    case RoleHint::field:
-      return isTextInput(e);
-    case RoleHint::checkbox:
-      return e.role == "AXCheckBox";
-    case RoleHint::tab:
-      return e.role == "AXTab";
-    case RoleHint::image:
-      return e.role == "AXImage";
-    case RoleHint::heading:
-      return e.role == "AXHeading";
+    case RoleHint::field: return isTextInput(e);
+    case RoleHint::checkbox: return e.role == "AXCheckBox";
+    case RoleHint::tab: return e.role == "AXTab";
+    case RoleHint::image: return e.role == "AXImage";
+    case RoleHint::heading: return e.role == "AXHeading";
   }
   return false;
 }

@@ -32,7 +32,7 @@ struct Match {
 enum class MatchPurpose { click, link, field, find };
 
 struct MatchList {
-  std::vector<Match> matches;  // best first
+  std::vector<Match> matches;   // best first
   bool ordinalApplied = false;  // the ordinal already picked the single match: no choice to offer
 };
 

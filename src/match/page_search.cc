@@ -31,10 +31,8 @@ class Hits {
  public:
   void offer(PageHit hit) {
     auto [it, added] = index_.emplace(hit.elementID, hits_.size());
-    if (added)
-      hits_.push_back(std::move(hit));
-    else if (hit.score > hits_[it->second].score)
-      hits_[it->second] = std::move(hit);
+    if (added) hits_.push_back(std::move(hit));
+    else if (hit.score > hits_[it->second].score) hits_[it->second] = std::move(hit);
   }
   // Best first; among equals the shorter text when `preferShort` (the more precise place), then
   // page order.
@@ -64,8 +62,8 @@ std::vector<PageHit> withoutRepeats(const PageSnapshot& snapshot, std::vector<Pa
     for (auto it = parentOf.find(id); it != parentOf.end(); it = parentOf.find(it->second)) chain.push_back(it->second);
     return chain;
   };
-  std::unordered_set<int> taken;      // the kept hits' elements
-  std::unordered_set<int> covered;    // their ancestors
+  std::unordered_set<int> taken;    // the kept hits' elements
+  std::unordered_set<int> covered;  // their ancestors
   std::vector<PageHit> kept;
   auto sameWords = [&](const PageHit& h) {
     const auto parent = parentOf.find(h.elementID);

@@ -15,9 +15,9 @@ namespace skimlet {
 struct PageHit {
   int elementID = 0;
   std::string text;
-  double score = 0;         // 0…100, as ElementMatcher scores labels
-  std::string reason;       // for the "Why?" lines
-  int occurrences = 0;      // how often the words occur in `text` (find-all)
+  double score = 0;     // 0…100, as ElementMatcher scores labels
+  std::string reason;   // for the "Why?" lines
+  int occurrences = 0;  // how often the words occur in `text` (find-all)
 };
 
 namespace PageSearch {

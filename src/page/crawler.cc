@@ -10,12 +10,26 @@
 namespace skimlet::Crawler {
 namespace {
 
-enum Attr { kRole, kSubrole, kTitle, kValue, kDescription, kHelp, kEnabled, kPosition, kSize, kHidden, kPlaceholder, kChildren, kCount };
+enum Attr {
+  kRole,
+  kSubrole,
+  kTitle,
+  kValue,
+  kDescription,
+  kHelp,
+  kEnabled,
+  kPosition,
+  kSize,
+  kHidden,
+  kPlaceholder,
+  kChildren,
+  kCount
+};
 
 const std::array<std::string, kCount>& attributeNames() {
   static const std::array<std::string, kCount> names = {
-      "AXRole",     "AXSubrole", "AXTitle",  "AXValue",  "AXDescription",      "AXHelp",
-      "AXEnabled",  "AXPosition", "AXSize",  "AXHidden", "AXPlaceholderValue", "AXChildren"};
+      "AXRole",    "AXSubrole",  "AXTitle", "AXValue",  "AXDescription",      "AXHelp",
+      "AXEnabled", "AXPosition", "AXSize",  "AXHidden", "AXPlaceholderValue", "AXChildren"};
   return names;
 }
 
@@ -75,8 +89,8 @@ std::vector<PageElement> crawl(ax::Api& ax, Clock& clock, const ax::ElementRef& 
     e.frame = AX::rect(v[kPosition], v[kSize]);
     e.enabled = AX::flag(v[kEnabled]).value_or(true);
 
-    const bool descend = entry.depth < limits.maxDepth &&
-                         !(limits.stopAtWebArea && e.role == "AXWebArea" && entry.depth >= 1);
+    const bool descend =
+        entry.depth < limits.maxDepth && !(limits.stopAtWebArea && e.role == "AXWebArea" && entry.depth >= 1);
     const int id = e.id;
     out.push_back(std::move(e));
     if (!descend) continue;

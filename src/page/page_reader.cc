@@ -97,8 +97,8 @@ class ById {
 }  // namespace
 
 bool isInlineParent(std::string_view role) {
-  static const Roles::RoleSet set = {"AXLink", "AXButton",      "AXHeading", "AXMenuItem",
-                                     "AXCheckBox", "AXRadioButton", "AXTab", "AXPopUpButton"};
+  static const Roles::RoleSet set = {"AXLink",     "AXButton",      "AXHeading", "AXMenuItem",
+                                     "AXCheckBox", "AXRadioButton", "AXTab",     "AXPopUpButton"};
   return set.contains(role);
 }
 

@@ -10,7 +10,6 @@
 
 namespace skimlet {
 
-
 struct PageLine {
   enum class Kind { heading, text, link, button, field, image, item };
   std::string text;

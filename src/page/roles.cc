@@ -3,9 +3,9 @@
 namespace skimlet::Roles {
 
 const RoleSet& clickableSet() {
-  static const RoleSet set = {"AXButton",      "AXLink",       "AXCheckBox",           "AXRadioButton",
-                              "AXMenuItem",    "AXPopUpButton", "AXMenuButton",        "AXDisclosureTriangle",
-                              "AXTab",         "AXSwitch",      "AXToolbarButton"};
+  static const RoleSet set = {"AXButton",   "AXLink",        "AXCheckBox",     "AXRadioButton",
+                              "AXMenuItem", "AXPopUpButton", "AXMenuButton",   "AXDisclosureTriangle",
+                              "AXTab",      "AXSwitch",      "AXToolbarButton"};
   return set;
 }
 

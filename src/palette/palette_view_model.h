@@ -126,9 +126,9 @@ class PaletteViewModel : public std::enable_shared_from_this<PaletteViewModel> {
   std::string focusToken_;
   std::shared_ptr<ActionEngine> engine_;
   std::vector<std::function<void()>> observers_;
-  bool dirty_ = false;         // changed since the observers were last told
-  bool flushPosted_ = false;   // a flush is queued for the main thread's next turn
-  bool inStep_ = false;        // applying a step of a running command; it flushes at its end
+  bool dirty_ = false;        // changed since the observers were last told
+  bool flushPosted_ = false;  // a flush is queued for the main thread's next turn
+  bool inStep_ = false;       // applying a step of a running command; it flushes at its end
 
   // The task whose steps are still applied; older ones are stopped and only awaited.
   struct Worker {

@@ -33,7 +33,8 @@ std::vector<Suggestion> suggestionsFor(std::string_view input) {
   // The fills that end in a space leave the caret after the verb.
   return {make("Read page", "doc.text", "Read page", true),
           make("Summarize", "text.alignleft", "Summarize this page", true),
-          make("Find\u2026", "magnifyingglass", "Find ", false), make("Click\u2026", "cursorarrow.click", "Click ", false),
+          make("Find\u2026", "magnifyingglass", "Find ", false),
+          make("Click\u2026", "cursorarrow.click", "Click ", false),
           make("Scroll\u2026", "arrow.up.and.down", "Scroll ", false)};
 }
 

@@ -12,8 +12,8 @@ namespace skimlet {
 struct Suggestion {
   std::string id = newUUID();
   std::string title;
-  std::string icon;  // a system symbol name
-  std::string fill;  // put into the command field
+  std::string icon;   // a system symbol name
+  std::string fill;   // put into the command field
   bool runs = false;  // submit at once; otherwise the user completes the command
 };
 

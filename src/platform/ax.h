@@ -61,7 +61,9 @@ class ElementRef {
   explicit operator bool() const { return handle_ != nullptr; }
   const ElementHandle* handle() const { return handle_.get(); }
   template <class T>
-  const T* as() const { return dynamic_cast<const T*>(handle_.get()); }
+  const T* as() const {
+    return dynamic_cast<const T*>(handle_.get());
+  }
 
   bool operator==(const ElementRef& o) const {
     if (handle_ == o.handle_) return true;

@@ -198,8 +198,8 @@ void JsonSettings::update(Change change) {
     return;
   }
   if (!makeFolders(target.parent_path())) {
-    saveError_ = "Couldn't save to " + path_ + ": can't create " + target.parent_path().string() + " (" +
-               errorText(errno) + ")";
+    saveError_ =
+        "Couldn't save to " + path_ + ": can't create " + target.parent_path().string() + " (" + errorText(errno) + ")";
     return;
   }
   FileLock lock(target);

@@ -35,7 +35,7 @@ int RunLoop::runPending() {
 
 bool RunLoop::runUntil(const std::function<bool()>& pred, double timeout) {
   auto deadline = std::chrono::steady_clock::now() + std::chrono::duration_cast<std::chrono::steady_clock::duration>(
-                                                          std::chrono::duration<double>(timeout));
+                                                         std::chrono::duration<double>(timeout));
   // The predicate may watch state that other threads change without posting anything (a worker
   // that has ended), so it is looked at again every few milliseconds even when no work arrives.
   constexpr auto kRecheck = std::chrono::milliseconds(5);

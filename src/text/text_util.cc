@@ -65,8 +65,7 @@ icu::BreakIterator* sentenceBreaks() {
 icu::BreakIterator* clusterBreaks() {
   thread_local std::unique_ptr<icu::BreakIterator> it = [] {
     UErrorCode status = U_ZERO_ERROR;
-    std::unique_ptr<icu::BreakIterator> b(
-        icu::BreakIterator::createCharacterInstance(icu::Locale::getRoot(), status));
+    std::unique_ptr<icu::BreakIterator> b(icu::BreakIterator::createCharacterInstance(icu::Locale::getRoot(), status));
     if (U_FAILURE(status)) b.reset();
     return b;
   }();
@@ -139,15 +138,15 @@ std::string normUnicode(std::string_view s) {
 
 const std::unordered_set<std::string_view>& stopWords() {
   static const std::unordered_set<std::string_view> words{
-      "the",     "a",        "an",     "of",          "to",         "in",    "on",       "at",      "for",
-      "is",      "are",      "was",    "were",        "be",         "it",    "its",      "this",    "that",
-      "these",   "those",    "what",   "whats",       "where",      "when",  "who",      "whom",    "how",
-      "which",   "why",      "does",   "do",          "did",        "me",    "my",       "i",       "you",
-      "your",    "about",    "page",   "site",        "website",    "webpage", "find",   "mention", "mentions",
-      "mentioned", "mentioning", "please", "and",     "or",         "with",  "say",      "says",    "any",
-      "there",   "here",     "tell",   "show",        "get",        "information", "info", "can",    "could",
-      "would",   "should",   "have",   "has",         "had",        "from",  "by",       "as",      "all",
-      "every",   "each",     "some",   "link",        "button",     "section", "part"};
+      "the",       "a",          "an",     "of",    "to",      "in",          "on",   "at",      "for",
+      "is",        "are",        "was",    "were",  "be",      "it",          "its",  "this",    "that",
+      "these",     "those",      "what",   "whats", "where",   "when",        "who",  "whom",    "how",
+      "which",     "why",        "does",   "do",    "did",     "me",          "my",   "i",       "you",
+      "your",      "about",      "page",   "site",  "website", "webpage",     "find", "mention", "mentions",
+      "mentioned", "mentioning", "please", "and",   "or",      "with",        "say",  "says",    "any",
+      "there",     "here",       "tell",   "show",  "get",     "information", "info", "can",     "could",
+      "would",     "should",     "have",   "has",   "had",     "from",        "by",   "as",      "all",
+      "every",     "each",       "some",   "link",  "button",  "section",     "part"};
   return words;
 }
 
@@ -343,8 +342,8 @@ std::string lower(std::string_view s) {
     return out;
   }
   Utf8 text(s);
-  icu::UnicodeString u = icu::UnicodeString::fromUTF8(
-      icu::StringPiece(text.view().data(), static_cast<int32_t>(text.view().size())));
+  icu::UnicodeString u =
+      icu::UnicodeString::fromUTF8(icu::StringPiece(text.view().data(), static_cast<int32_t>(text.view().size())));
   u.toLower(icu::Locale::getRoot());
   std::string out;
   u.toUTF8String(out);

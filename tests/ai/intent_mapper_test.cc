@@ -12,7 +12,8 @@ std::optional<Intent> mapped(std::string_view action, std::string_view target = 
 }
 
 TEST(IntentMapper, ActionsWithoutArgumentsIgnoreWhatElseTheModelFilledIn) {
-  EXPECT_EQ(mapped("scroll_top", " stray target ", 3, "stray", "field"), Intent(intents::Scroll{{ScrollSpec::Kind::top, ""}}));
+  EXPECT_EQ(mapped("scroll_top", " stray target ", 3, "stray", "field"),
+            Intent(intents::Scroll{{ScrollSpec::Kind::top, ""}}));
   EXPECT_EQ(mapped("previous_tab", "x", 1), Intent(intents::Navigate{{NavAction::Kind::previousTab, 0, ""}}));
   EXPECT_EQ(mapped("select_all", "x", 0, "y"), Intent(intents::Key{KeyAction::selectAll}));
   EXPECT_EQ(mapped("list_links", "x"), Intent(intents::List{RoleHint::link}));

@@ -174,8 +174,9 @@ TEST(LocalAISummarize, AStoppedRequestStreamsNothingMore) {
     StandInSystemModel system;
     system.summaryReply = "should not be asked";
     std::vector<std::string> partials;
-    auto summary = LocalAI(&own, &system).summarize(
-        "T", "text", [&](const std::string& s) { partials.push_back(s); }, source.get_token());
+    auto summary = LocalAI(&own, &system)
+                       .summarize(
+                           "T", "text", [&](const std::string& s) { partials.push_back(s); }, source.get_token());
     EXPECT_FALSE(summary);
     EXPECT_EQ(partials, (std::vector<std::string>{"one", "one two"})) << careful;
     EXPECT_EQ(system.calls, 0);

@@ -7,7 +7,6 @@
 namespace skimlet::testing {
 namespace {
 
-
 class LiveActions : public LiveTest {
  protected:
   InputEvents& input() { return session().platform().input; }

@@ -14,7 +14,9 @@ using chromium::PageTreeReader;
 
 class LivePageTree : public LiveTest {
  protected:
-  Json call(const std::string& method, const Json& params = Json::object()) { return browser().tabCall(method, params); }
+  Json call(const std::string& method, const Json& params = Json::object()) {
+    return browser().tabCall(method, params);
+  }
   Json snapshot() { return call("DOMSnapshot.captureSnapshot", {{"computedStyles", Json::array()}}); }
 
   // Reads the tree from its root, asking for `steps` nodes' children in document order, then

@@ -59,7 +59,8 @@ TEST_F(LiveWindow, FormControlsLookLikeDesktopControls) {
   auto create = find(page, "AXButton", "Create account");
   auto heading = find(page, "AXHeading", "Sign in");
   auto link = find(page, "AXLink", "Read our article");
-  ASSERT_TRUE(name && email && password && search && notes && remember && country && submit && create && heading && link);
+  ASSERT_TRUE(name && email && password && search && notes && remember && country && submit && create && heading &&
+              link);
 
   EXPECT_EQ(email->placeholder, "you@example.com");
   EXPECT_EQ(password->subrole, "AXSecureTextField");
@@ -77,8 +78,9 @@ TEST_F(LiveWindow, FormControlsLookLikeDesktopControls) {
   EXPECT_FALSE(find(page, "AXButton", "Hidden button")) << "display:none content is not exposed";
 
   // Frames are the page's own boxes, moved to where the viewport sits on the screen.
-  auto box = js("(() => { const r = document.getElementById('email').getBoundingClientRect();"
-                " return [r.x, r.y, r.width, r.height]; })()");
+  auto box =
+      js("(() => { const r = document.getElementById('email').getBoundingClientRect();"
+         " return [r.x, r.y, r.width, r.height]; })()");
   Rect viewport = browser().viewportFrame();
   ASSERT_TRUE(email->frame);
   EXPECT_NEAR(email->frame->x, viewport.x + box[0].get<double>(), 0.5);

@@ -8,16 +8,16 @@
 #include <cstring>
 
 #include <cstdio>
-#include <thread>
 #include <fstream>
 #include <sstream>
+#include <thread>
 
 #include "engine/action_engine.h"
 #include "fixture_session.h"
 #include "interrupt.h"
 #include "outcome_json.h"
-#include "platform/json_settings.h"
 #include "outcome_text.h"
+#include "platform/json_settings.h"
 #include "support/paths.h"
 
 namespace skimlet::cli {
@@ -52,7 +52,8 @@ TEST(OutcomeJson, EachKindOfOutcomeHasItsKeysInOrder) {
   EXPECT_EQ(outcomeJson(r)["body"], "");
   EXPECT_EQ(outcomeJson(r)["copyText"], "all of it");
 
-  Confirmation c{"Buy now?", "This may place an order.", "Buy now", {"Intent: Click “buy”"}, [] { return ActionResult(); }};
+  Confirmation c{
+      "Buy now?", "This may place an order.", "Buy now", {"Intent: Click “buy”"}, [] { return ActionResult(); }};
   ordered_json confirm = outcomeJson(c);
   EXPECT_EQ(keys(confirm), (std::vector<std::string>{"type", "title", "message", "confirmLabel", "debug"}));
   EXPECT_EQ(confirm["confirmLabel"], "Buy now");
@@ -62,7 +63,8 @@ TEST(OutcomeJson, EachKindOfOutcomeHasItsKeysInOrder) {
   choice.options[0].subtitle = "Preferences";
   ordered_json choose = outcomeJson(choice);
   EXPECT_EQ(keys(choose), (std::vector<std::string>{"type", "prompt", "options"}));
-  EXPECT_EQ(choose["options"], ordered_json::parse(R"([{"title":"Save","subtitle":"Preferences"},{"title":"Save","subtitle":""}])"));
+  EXPECT_EQ(choose["options"],
+            ordered_json::parse(R"([{"title":"Save","subtitle":"Preferences"},{"title":"Save","subtitle":""}])"));
 
   // Text that is not UTF-8 still prints as one line.
   std::string line = jsonLine(outcomeJson(ActionResult::info("Read \xff page", std::string("a\nb"))));
@@ -88,21 +90,26 @@ TEST(OutcomeText, MarkdownSuitsTheOutput) {
   r.items = {FoundItem{.text = "Email address"}, FoundItem{.text = "Opening hours \n\n Mon–Fri **9–5**\n"}};
   std::ostringstream result;
   OutcomeText(false).print(result, r);
-  EXPECT_EQ(result.str(), "✗ No email saved\nAdd it in Settings.\n  1. Email address\n  2. Opening hours Mon–Fri **9–5**\n"
-                          "Why?\n  Intent: Fill\n");
+  EXPECT_EQ(result.str(),
+            "✗ No email saved\nAdd it in Settings.\n  1. Email address\n  2. Opening hours Mon–Fri **9–5**\n"
+            "Why?\n  Intent: Fill\n");
 
   ChoiceSet choice{"Which one?", {ChoiceOption(), ChoiceOption()}};
   choice.options[0].title = "Save", choice.options[0].subtitle = "Preferences";
   choice.options[1].title = "Save C:\\**all**";
   std::ostringstream choose;
   OutcomeText(false).print(choose, choice);
-  EXPECT_EQ(choose.str(), "? Which one?\n  1. Save — Preferences\n  2. Save C:\\**all**\nAdd --pick N to choose one.\n");
+  EXPECT_EQ(choose.str(),
+            "? Which one?\n  1. Save — Preferences\n  2. Save C:\\**all**\nAdd --pick N to choose one.\n");
 }
 
 TEST(OutcomeText, PageTextCannotControlTheTerminal) {
   // Clear screen, a colour, a bell, a carriage return, an 8-bit CSI: a page's words only print.
-  const std::string hostile = "Sign\x1b[2J in\x1b[31m\x07\rX\xC2\x9B" "1m";
-  EXPECT_EQ(OutcomeText::inert(hostile + "\r\nnext\tcol"), "Sign\uFFFD[2J in\uFFFD[31m\uFFFD\uFFFDX\uFFFD1m\nnext\tcol");
+  const std::string hostile =
+      "Sign\x1b[2J in\x1b[31m\x07\rX\xC2\x9B"
+      "1m";
+  EXPECT_EQ(OutcomeText::inert(hostile + "\r\nnext\tcol"),
+            "Sign\uFFFD[2J in\uFFFD[31m\uFFFD\uFFFDX\uFFFD1m\nnext\tcol");
   ActionResult r = ActionResult::success("Clicked **" + hostile + "**", {"Selected: " + hostile});
   r.body = hostile;
   r.items = {FoundItem{.text = hostile}};
@@ -153,7 +160,8 @@ TEST(FixtureSession, RecordingsThatCannotBeReplayedSayWhere) {
   EXPECT_EQ(loadError("/nonexistent/page.json"), "/nonexistent/page.json: cannot open the file");
 
   TempFile editor(R"({"app": {"name": "TextEdit", "bundleID": "com.apple.TextEdit"}, "window": {"role": "AXWindow"}})");
-  EXPECT_EQ(loadError(editor.path()), editor.path() + ": app.bundleID: “com.apple.TextEdit” is not a supported browser");
+  EXPECT_EQ(loadError(editor.path()),
+            editor.path() + ": app.bundleID: “com.apple.TextEdit” is not a supported browser");
 }
 
 // Found by mutating recordings: a stack overflow, a raw library message, an endless read.
@@ -169,7 +177,8 @@ TEST(FixtureSession, HostileRecordingsAreRefusedWithAMessage) {
   EXPECT_NE(error.find("nested more than 1000 levels deep"), std::string::npos) << error;
 
   TempFile huge(R"({"app": {"bundleID": "com.apple.Safari"}, "window": {"frame": [0, 0, 1e400, 1]}})");
-  EXPECT_EQ(loadError(huge.path()).find(huge.path() + ": not valid JSON: number overflow"), 0u) << loadError(huge.path());
+  EXPECT_EQ(loadError(huge.path()).find(huge.path() + ": not valid JSON: number overflow"), 0u)
+      << loadError(huge.path());
 
   EXPECT_EQ(loadError("/dev/zero"), "/dev/zero: larger than 128 MB, too large for a recorded page");
 }

@@ -52,7 +52,8 @@ TEST(LocalModelPath, ACommandTheRulesMissReachesTheEngine) {
   ActionResult r = page.run(intents::Ask{"How much does express shipping cost?"});
   EXPECT_EQ(r.kind, ActionResult::Kind::info);
   EXPECT_TRUE(r.body && !r.body->empty());
-  const bool onDevice = std::find(r.debug.begin(), r.debug.end(), "Answered on-device by Qwen2.5 1.5B") != r.debug.end();
+  const bool onDevice =
+      std::find(r.debug.begin(), r.debug.end(), "Answered on-device by Qwen2.5 1.5B") != r.debug.end();
   const bool extractive =
       std::find(r.debug.begin(), r.debug.end(), "Extractive answer (no local model answered)") != r.debug.end();
   EXPECT_TRUE(onDevice != extractive);

@@ -26,8 +26,7 @@ TEST(OptionReader, OptionsValuesWordsAndMistakes) {
     std::string fixture, words;
     int pick = 0;
     while (r.more()) {
-      if (r.flag("--json") || r.value("--fixture", fixture) || r.number("--pick", pick) ||
-          readModelOption(r, choice))
+      if (r.flag("--json") || r.value("--fixture", fixture) || r.number("--pick", pick) || readModelOption(r, choice))
         continue;
       if (auto w = r.word()) words += "[" + *w + "]";
     }
@@ -130,7 +129,8 @@ TEST(IntentEval, WithoutAModelMissesAreShown) {
             "  got       Find \u201czorp\u201d (fallback)\n"
             "Understood by the rules 1, by the model 0, by the fallback 2\n"
             "Right overall: 2 of 3 (66.7%)\n"
-            "Right among those that reached the model: no model (" + kNoModel + ")\n");
+            "Right among those that reached the model: no model (" +
+                kNoModel + ")\n");
   EXPECT_EQ(t.reachedModel, 0);
 }
 

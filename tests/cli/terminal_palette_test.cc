@@ -30,10 +30,12 @@ TEST(KeyDecoder, DecodesEveryKindOfInput) {
   };
   const Case cases[] = {
       {"\x1b[A\x1b[B\x1b[C\x1b[D", {key(T::up), key(T::down), key(T::right), key(T::left)}},
-      {"\x1bOA\x1b[H\x1b[4~\x1b[3~\x1b[Z", {key(T::up), key(T::home), key(T::end), key(T::deleteForward), key(T::backTab)}},
+      {"\x1bOA\x1b[H\x1b[4~\x1b[3~\x1b[Z",
+       {key(T::up), key(T::home), key(T::end), key(T::deleteForward), key(T::backTab)}},
       {"\r\n\x7f\x08\t", {key(T::enter), key(T::enter), key(T::backspace), key(T::backspace), key(T::tab)}},
-      {"\x03\x04\x15\x17\x19\x0c", {key(T::interrupt), key(T::endOfInput), key(T::clearLine), key(T::deleteWord),
-                                    key(T::toggleWhy), key(T::redraw)}},
+      {"\x03\x04\x15\x17\x19\x0c",
+       {key(T::interrupt), key(T::endOfInput), key(T::clearLine), key(T::deleteWord), key(T::toggleWhy),
+        key(T::redraw)}},
       // Text comes in runs up to the next control byte; unknown sequences (a paste marker) vanish.
       {"click \xe2\x80\x9cOK\xe2\x80\x9d\r", {key(T::text, "click “OK”"), key(T::enter)}},
       {"\x1b[200~go\x1b[201~", {key(T::text, "go")}},
@@ -60,7 +62,11 @@ TEST(KeyDecoder, HalfArrivedInputWaitsUntilTheTerminalFallsQuiet) {
   EXPECT_EQ(decode(d, "caf\xc3", true), std::vector<Key>{key(T::text, "caf")});
   EXPECT_EQ(decode(d, "\xa9", true), std::vector<Key>{key(T::text, "é")});
   // Bytes that are no character at all are dropped rather than shown.
-  EXPECT_EQ(decode(d, "a\xff" "b", false), (std::vector<Key>{key(T::text, "a"), key(T::text, "b")}));
+  EXPECT_EQ(decode(d,
+                   "a\xff"
+                   "b",
+                   false),
+            (std::vector<Key>{key(T::text, "a"), key(T::text, "b")}));
 }
 
 TEST(LineEditor, EditsByWholeCharacters) {
@@ -156,13 +162,13 @@ TEST_F(PaletteScreen, QuestionsShowTheirKeys) {
   choice.options[0].subtitle = choice.options[1].subtitle = "Link";
   state.selected = 1;
   EXPECT_EQ(lines(choice), (std::vector<std::string>{"› ", "? Which one do you mean?", "  1. Member pricing — Link",
-                                                    "❯ [2. Student pricing] — Link",
-                                                    "  ↑↓ move · Return or 1–2 picks · Esc cancels"}));
+                                                     "❯ [2. Student pricing] — Link",
+                                                     "  ↑↓ move · Return or 1–2 picks · Esc cancels"}));
 
   Confirmation c{"Click “Delete account”?", "This may delete content or cancel something.", "Click", {}, {}};
   EXPECT_EQ(lines(c), (std::vector<std::string>{"› ", "? Click “Delete account”?",
-                                               "  This may delete content or cancel something.",
-                                               "  Return or y: Click · Esc or n: cancel"}));
+                                                "  This may delete content or cancel something.",
+                                                "  Return or y: Click · Esc or n: cancel"}));
 }
 
 TEST_F(PaletteScreen, AStreamingAnswerShowsItsNewestLines) {

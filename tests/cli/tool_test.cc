@@ -2,12 +2,12 @@
 // recorded page and for commands on a live one.
 #include <gtest/gtest.h>
 
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
 #include <array>
 #include <cstdio>
 #include <string>
-#include <sys/wait.h>
-#include <signal.h>
-#include <unistd.h>
 
 #include <chrono>
 #include <filesystem>
@@ -166,8 +166,9 @@ TEST(Tool, RunSaysWhenACommandNeedsInputAndStopsThere) {
 TEST(Tool, HelpAndVersionAreAnswersNotMistakes) {
   EXPECT_EQ(tool("").status, 0);
   EXPECT_EQ(tool("--version").out.rfind("skimlet ", 0), 0u);
-  for (const auto& [asks, usage] : {std::pair{"help run", "usage: skimlet run "}, {"run --help", "usage: skimlet run "},
-                                     {"record -h", "usage: skimlet record "}}) {
+  for (const auto& [asks, usage] : {std::pair{"help run", "usage: skimlet run "},
+                                    {"run --help", "usage: skimlet run "},
+                                    {"record -h", "usage: skimlet record "}}) {
     auto r = tool(asks);
     EXPECT_EQ(r.status, 0) << asks;
     EXPECT_EQ(r.out.rfind(usage, 0), 0u) << r.out;

@@ -51,10 +51,10 @@ TEST(InspectorTree, ReadsTheWindowWithinTheDepthLimitAndPicksTheSmallestFrame) {
   // A chain deeper than the limit, with a button inside a group that covers it.
   memory::Node leaf{.role = "AXStaticText", .value = memory::NodeValue(std::string("deep")), .frame = Rect{0, 0, 5, 5}};
   for (int i = 0; i < 20; ++i) leaf = memory::Node{.role = "AXGroup", .frame = Rect{0, 0, 5, 5}, .children = {leaf}};
-  memory::Node button{.role = "AXButton", .title = "Buy", .frame = Rect{100, 200, 80, 30}, .enabled = true,
-                      .actions = {"AXPress"}};
-  memory::Node group{.role = "AXGroup", .subrole = "AXLandmarkMain", .frame = Rect{50, 150, 400, 300},
-                     .children = {button}};
+  memory::Node button{
+      .role = "AXButton", .title = "Buy", .frame = Rect{100, 200, 80, 30}, .enabled = true, .actions = {"AXPress"}};
+  memory::Node group{
+      .role = "AXGroup", .subrole = "AXLandmarkMain", .frame = Rect{50, 150, 400, 300}, .children = {button}};
   memory::Node web{.role = "AXWebArea", .title = "Shop", .frame = Rect{0, 80, 1280, 800}, .children = {group, leaf}};
   memory::Node window{.role = "AXWindow", .title = "Shop", .frame = Rect{0, 0, 1280, 900}, .children = {web}};
   memory::Backend backend(memory::Recording{memory::AppInfo{"Safari", "com.apple.Safari", 501, ""}, true, window});

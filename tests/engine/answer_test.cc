@@ -60,7 +60,8 @@ TEST(Ask, LocalModelAnswersFromTheExcerpts) {
   ASSERT_EQ(requests.size(), 1u);
   EXPECT_EQ(requests[0].system, prompts::questionLocal);
   EXPECT_EQ(requests[0].maxTokens, 220);
-  EXPECT_EQ(requests[0].user, "Page title: " + pageTitle + "\n\nExcerpts:\n" + excerpts.text + "\n\nQuestion: " + question);
+  EXPECT_EQ(requests[0].user,
+            "Page title: " + pageTitle + "\n\nExcerpts:\n" + excerpts.text + "\n\nQuestion: " + question);
 
   // Partial results travel through the main queue, one per streamed word.
   EXPECT_TRUE(page.partials.empty());

@@ -13,9 +13,9 @@ namespace {
 
 using ::testing::Contains;
 using ::testing::ElementsAre;
-using ::testing::StartsWith;
 using testing::EngineOnPage;
 using testing::StandInModel;
+using ::testing::StartsWith;
 
 TEST(ClickFlow, ClearWinnerIsPressed) {
   EngineOnPage page("engine_checkout.json");
@@ -56,7 +56,7 @@ TEST(ClickFlow, RiskyLabelsAskFirstByWholeWordsInRuleOrder) {
   const std::string agreement = "This may confirm an agreement or consequential action.";
   const Case cases[] = {
       {"engine_checkout.json", "click pay now", "Pay now", purchase.c_str()},
-      {"engine_checkout.json", "click payment methods", "Payment methods", ""},  // "pay" is not a word of it
+      {"engine_checkout.json", "click payment methods", "Payment methods", ""},            // "pay" is not a word of it
       {"engine_checkout.json", "click confirm order", "Confirm order", purchase.c_str()},  // before "confirm"
       {"account_settings.json", "click delete account", "Delete account", cancels.c_str()},  // "delete" first
       {"account_settings.json", "click unsubscribe from all", "Unsubscribe from all", cancels.c_str()},
@@ -82,7 +82,7 @@ TEST(ClickFlow, RiskyLabelsAskFirstByWholeWordsInRuleOrder) {
     EXPECT_EQ(confirm->message, c.message);
     EXPECT_EQ(confirm->confirmLabel, "Click");
     EXPECT_TRUE(confirm->debug.back().starts_with("Element: AXButton (")) << confirm->debug.back();
-    EXPECT_TRUE(page.events().empty());  // nothing happens before the user says yes
+    EXPECT_TRUE(page.events().empty());      // nothing happens before the user says yes
     if (std::string(c.label).size() > 30) {  // long labels are cut in the candidates line
       EXPECT_THAT(confirm->debug, Contains("Candidates: “Turn off two-factor authentic…” 100"));
     }
@@ -193,10 +193,9 @@ memory::Recording giftCardForm(Rect first, Rect second) {
     n.frame = at;
     return n;
   };
-  return testing::browserWindow(
-      {placed(testing::text("Gift card"), Rect{40, 200, 100, 20}), placed(testing::button("Apply"), first),
-       placed(testing::button("Apply"), second)},
-      "com.apple.Safari", "https://shop.example/cart", "Cart");
+  return testing::browserWindow({placed(testing::text("Gift card"), Rect{40, 200, 100, 20}),
+                                 placed(testing::button("Apply"), first), placed(testing::button("Apply"), second)},
+                                "com.apple.Safari", "https://shop.example/cart", "Cart");
 }
 
 TEST(ClickFlow, NearTiesAreOffered) {
@@ -278,8 +277,8 @@ TEST(ClickFlow, PressFallsBackToAMouseClickOnlyWhereThereIsSomethingToAimAt) {
   EXPECT_EQ(expired.kind, ActionResult::Kind::failure);
   EXPECT_EQ(expired.headline, "That element is no longer available");
   EXPECT_EQ(expired.body, "The page changed after it was read. Try the command again.");
-  EXPECT_THAT(expired.debug, ::testing::IsSupersetOf({"Element: AXGroup no frame actions=AXPress",
-                                                            "AXPress failed (-25202)"}));
+  EXPECT_THAT(expired.debug,
+              ::testing::IsSupersetOf({"Element: AXGroup no frame actions=AXPress", "AXPress failed (-25202)"}));
   ActionResult wrap = page.result("click gift wrap");  // no action, no frame
   EXPECT_EQ(wrap.headline, "Couldn't click “Gift wrap”");
   EXPECT_EQ(wrap.body, "The element doesn't support pressing and has no on-screen position.");
@@ -296,10 +295,10 @@ TEST(ClickFlow, PressFallsBackToAMouseClickOnlyWhereThereIsSomethingToAimAt) {
     }
   } flattened(page.platform.ax);
   const Platform& p = page.platform;
-  page.engine = ActionEngine::create(*page.backend->target(),
-                                     Platform{flattened, p.workspace, p.input, p.pasteboard, p.highlighter, p.dispatch,
-                                              p.clock, p.settings},
-                                     LocalAI(nullptr, nullptr));
+  page.engine = ActionEngine::create(
+      *page.backend->target(),
+      Platform{flattened, p.workspace, p.input, p.pasteboard, p.highlighter, p.dispatch, p.clock, p.settings},
+      LocalAI(nullptr, nullptr));
   EXPECT_EQ(page.result("click show details").headline, "Couldn't click “Show details”");
   EXPECT_EQ(page.result("click apply coupon").headline, "Clicked **Apply coupon**");
   EXPECT_THAT(page.eventLines(), ElementsAre("mouseClick at (260, 680)"));

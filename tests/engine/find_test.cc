@@ -59,8 +59,11 @@ TEST(FindAll, CountsOccurrencesAtWordStarts) {
 // words inside it are one place.
 TEST(Find, CountsEveryPlaceOnceInPageOrder) {
   using namespace testing;
-  memory::Node link{.role = "AXLink", .title = "Pricing", .url = "https://example.com/pricing",
-                    .actions = {"AXPress"}, .children = {text("Pricing")}};
+  memory::Node link{.role = "AXLink",
+                    .title = "Pricing",
+                    .url = "https://example.com/pricing",
+                    .actions = {"AXPress"},
+                    .children = {text("Pricing")}};
   EngineOnPage page(browserWindow({text("Member pricing"), group({link}), text("Student pricing")}));
   ActionResult r = page.run(intents::Find{"pricing"});
   EXPECT_EQ(r.headline, "Found **pricing** in 3 places");

@@ -34,8 +34,9 @@ TEST(OpenLinks, OnlyWebLinksThatMentionTheWordsOnceEach) {
   EXPECT_EQ(r.headline, "Opened **3** links mentioning “pricing”");
   // Not the mailto: or javascript: links, not the second "Pricing plans", not the hidden one.
   EXPECT_EQ(r.body, "• Pricing plans\n• Pricing FAQ\n• Pricing for teams");
-  EXPECT_THAT(page.eventLines(),
-              ElementsAre("open https://news.example/pricing http://news.example/pricing-faq HTTPS://news.example/teams"));
+  EXPECT_THAT(
+      page.eventLines(),
+      ElementsAre("open https://news.example/pricing http://news.example/pricing-faq HTTPS://news.example/teams"));
 
   EXPECT_EQ(page.result("open all links about solar").headline, "Opened **1** link mentioning “solar”");
 
@@ -133,7 +134,8 @@ TEST(UnnamedLinks, AreKnownByTheWordsInside) {
   page.backend->clearEvents();
   ActionResult chicken = page.result("open the chicken recipes link");
   EXPECT_EQ(chicken.headline, "Clicked **Chicken recipes**");
-  EXPECT_THAT(chicken.debug, Contains("Selected: Link “Chicken recipes” — label matches “chicken recipes” (score 100)"));
+  EXPECT_THAT(chicken.debug,
+              Contains("Selected: Link “Chicken recipes” — label matches “chicken recipes” (score 100)"));
   EXPECT_THAT(chicken.debug, Contains("Element: AXLink (900,250 200×22) actions=AXPress,AXShowMenu"));
   ASSERT_EQ(page.events().size(), 1u);
   EXPECT_EQ(page.events()[0].role, "AXLink");

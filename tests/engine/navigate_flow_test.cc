@@ -58,13 +58,13 @@ TEST(Navigate, KeyboardShortcutWithoutAUsableButton) {
   EXPECT_EQ(news.result("go forward").headline, "**Went forward**");
   EXPECT_EQ(news.result("reload").headline, "**Reloaded**");
   EXPECT_EQ(news.result("new tab").headline, "**Opened a new tab**");
-  EXPECT_THAT(news.eventLines(), ElementsAre("key 33 flags 0x100000", "key 30 flags 0x100000",
-                                             "key 15 flags 0x100000", "key 17 flags 0x100000"));
+  EXPECT_THAT(news.eventLines(), ElementsAre("key 33 flags 0x100000", "key 30 flags 0x100000", "key 15 flags 0x100000",
+                                             "key 17 flags 0x100000"));
 
   // A page's own "Back to top" button is not the browser's Back button.
   memory::Recording withTopButton = testing::recordedPage("engine_news.json");
-  withTopButton.window.children.at(0).children.push_back(
-      memory::Node{.role = "AXButton", .title = "Back to top", .frame = Rect{1180, 860, 80, 24}, .actions = {"AXPress"}});
+  withTopButton.window.children.at(0).children.push_back(memory::Node{
+      .role = "AXButton", .title = "Back to top", .frame = Rect{1180, 860, 80, 24}, .actions = {"AXPress"}});
   EngineOnPage topButton(withTopButton);
   EXPECT_EQ(topButton.result("go back").debug.back(), "Toolbar button not available — sent keyboard shortcut");
   EXPECT_THAT(topButton.eventLines(), ElementsAre("key 33 flags 0x100000"));

@@ -51,8 +51,7 @@ TEST(Read, ThePageAsText) {
 
 TEST(Read, LongPagesAreCutAfter8000CharactersButCopyGetsAll) {
   // The page's text has a fixed overhead around the paragraph; find it once.
-  const int overhead =
-      TextUtil::length(EngineOnPage(paragraphPage(1000)).engine->snapshot()->text()) - 1000;
+  const int overhead = TextUtil::length(EngineOnPage(paragraphPage(1000)).engine->snapshot()->text()) - 1000;
   EngineOnPage exact(paragraphPage(8000 - overhead));
   ASSERT_EQ(TextUtil::length(exact.engine->snapshot()->text()), 8000);
   ActionResult whole = exact.result("read the page");
@@ -76,8 +75,9 @@ TEST(Read, LongPagesAreCutAfter8000CharactersButCopyGetsAll) {
 
 TEST(Read, TitlesAreCutAt60AndFallBack) {
   const std::string sixty(60, 'T');
-  EXPECT_TRUE(EngineOnPage(paragraphPage(200, sixty)).result("read the page").headline.starts_with(
-      "Read **" + sixty + "** — "));
+  EXPECT_TRUE(EngineOnPage(paragraphPage(200, sixty))
+                  .result("read the page")
+                  .headline.starts_with("Read **" + sixty + "** — "));
   EXPECT_TRUE(EngineOnPage(paragraphPage(200, sixty + "U"))
                   .result("read the page")
                   .headline.starts_with("Read **" + std::string(59, 'T') + "…** — "));

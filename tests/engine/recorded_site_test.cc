@@ -9,9 +9,9 @@ namespace skimlet {
 namespace {
 
 using ::testing::ElementsAre;
+using testing::EngineOnPage;
 using ::testing::HasSubstr;
 using ::testing::Not;
-using testing::EngineOnPage;
 
 TEST(RecordedSite, SignInTypingKeepsThePasswordOutOfEveryText) {
   EngineOnPage page("recorded/signin.json");

@@ -11,9 +11,9 @@ namespace {
 
 using ::testing::Contains;
 using ::testing::ElementsAre;
+using testing::EngineOnPage;
 using ::testing::HasSubstr;
 using ::testing::Not;
-using testing::EngineOnPage;
 using testing::StandInModel;
 using Lines = std::vector<std::string>;
 
@@ -119,7 +119,8 @@ TEST(TypeFlow, SecretsAreNeverShown) {
 TEST(TypeFlow, LongTextIsCutInTheHeadlineOnly) {
   const std::string forty(40, 'x');
   EngineOnPage page("engine_signup.json");
-  EXPECT_EQ(page.run(intents::Type{forty, std::nullopt, true}).headline, "Filled **focused field** with “" + forty + "”");
+  EXPECT_EQ(page.run(intents::Type{forty, std::nullopt, true}).headline,
+            "Filled **focused field** with “" + forty + "”");
   ActionResult longer = page.run(intents::Type{forty + "y", std::nullopt, true});
   EXPECT_EQ(longer.headline, "Filled **focused field** with “" + std::string(39, 'x') + "…”");
   EXPECT_EQ(valueOf(page, "Search"), forty + "y");
@@ -179,7 +180,8 @@ TEST(FillProfile, NeverInventsAValue) {
   ActionResult none = empty.result("fill in my name");
   EXPECT_EQ(none.kind, ActionResult::Kind::failure);
   EXPECT_EQ(none.headline, "No name saved");
-  EXPECT_EQ(none.body, "Skimlet never invents personal details. Add your name in Settings, or say “Enter …” with the exact text.");
+  EXPECT_EQ(none.body,
+            "Skimlet never invents personal details. Add your name in Settings, or say “Enter …” with the exact text.");
   EXPECT_EQ(none.debug.size(), 2u);  // the page was never read
   EXPECT_EQ(empty.result("fill in my email").headline, "No email saved");
   EXPECT_TRUE(empty.events().empty());

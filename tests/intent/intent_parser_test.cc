@@ -141,7 +141,7 @@ TEST(IntentParserTargets, FillersOrdinalsRolesConnectorsAnchors) {
       {"the link about", {"", {}, RoleHint::link, {}}},
       {"link to pricing", {"pricing", {}, RoleHint::link, {}}},
       {"link pricing", {"link pricing", {}, RoleHint::any, {}}},  // no connector: not a leading role word
-      {"the a", {"a", {}, RoleHint::any, {}}},  // fillers stop at the last word
+      {"the a", {"a", {}, RoleHint::any, {}}},                    // fillers stop at the last word
       {"“Sign in”.", {"Sign in", {}, RoleHint::any, {}}},
       {"OK beside Cancel", {"OK", {}, RoleHint::any, "Cancel"}},
       {"icon", {"", {}, RoleHint::image, {}}},
@@ -156,9 +156,14 @@ TEST(IntentParserTargets, FillersOrdinalsRolesConnectorsAnchors) {
 }
 
 TEST(IntentParserQuotes, OnePairOfMatchingQuotesOnly) {
-  const std::pair<const char*, const char*> cases[] = {
-      {"\"hello\"", "hello"}, {"‘hi’", "hi"}, {"`code`", "code"}, {"\"\"nested\"\"", "\"nested\""},
-      {"“mismatched\"", "“mismatched\""}, {"\"", "\""}, {"\"\"", ""}, {"  ' spaced '  !", "spaced"}};
+  const std::pair<const char*, const char*> cases[] = {{"\"hello\"", "hello"},
+                                                       {"‘hi’", "hi"},
+                                                       {"`code`", "code"},
+                                                       {"\"\"nested\"\"", "\"nested\""},
+                                                       {"“mismatched\"", "“mismatched\""},
+                                                       {"\"", "\""},
+                                                       {"\"\"", ""},
+                                                       {"  ' spaced '  !", "spaced"}};
   for (const auto& [phrase, clean] : cases) EXPECT_EQ(IntentParser::cleanPhrase(phrase), clean) << phrase;
 }
 

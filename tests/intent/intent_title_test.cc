@@ -21,8 +21,7 @@ TEST(TargetSummary, NamesEachPartInOrder) {
   EXPECT_EQ(target("Item", 11).summary(), "#11 “Item”");
   EXPECT_EQ(target("x", 10).summary(), "tenth “x”");
   EXPECT_EQ(target("Go", 0).summary(), "“Go”");  // no word for 0, and no space before the rest
-  EXPECT_EQ(target("Submit", {}, RoleHint::button, "email field").summary(),
-            "“Submit” button next to “email field”");
+  EXPECT_EQ(target("Submit", {}, RoleHint::button, "email field").summary(), "“Submit” button next to “email field”");
 }
 
 TEST(IntentTitle, TypedTextIsCutAt24CharactersCountedAsUserSees) {

@@ -3,8 +3,8 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
-#include <cmath>
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 
 #include "llm/ggml_type.h"
@@ -30,7 +30,9 @@ std::string errorOf(Call call) {
   }
   return "";
 }
-std::string messageOf(const std::string& path) { return errorOf([&] { GGUFFile f(path); }); }
+std::string messageOf(const std::string& path) {
+  return errorOf([&] { GGUFFile f(path); });
+}
 
 std::string written(GGUFWriter& w, const std::string& name = "model.gguf") {
   std::string path = scratchPath(name);
@@ -108,7 +110,9 @@ TEST(GGUFFile, EveryValueTypeReadsAsItsKind) {
   EXPECT_EQ(std::get<bool>(f.meta.at("yes")), true);
   EXPECT_EQ(std::get<bool>(f.meta.at("no")), false);
   EXPECT_EQ(f.stringValue("s"), "qwen2");
-  EXPECT_EQ(f.stringValue("broken"), "a\xEF\xBF\xBD" "b\xEF\xBF\xBD");
+  EXPECT_EQ(f.stringValue("broken"),
+            "a\xEF\xBF\xBD"
+            "b\xEF\xBF\xBD");
 
   // Asking for the wrong kind, or a missing key, gives none.
   EXPECT_FALSE(f.intValue("f32"));

@@ -28,7 +28,7 @@ void putHalf(uint8_t* p, uint16_t h) { std::memcpy(p, &h, 2); }
 TEST(HalfPrecision, SpecialValuesConvertExactly) {
   EXPECT_EQ(floatBits(halfToFloat(0x0000)), 0x00000000u);
   EXPECT_EQ(floatBits(halfToFloat(0x8000)), 0x80000000u);  // negative zero keeps its sign
-  EXPECT_EQ(halfToFloat(0x0001), std::ldexp(1.0f, -24));  // smallest subnormal
+  EXPECT_EQ(halfToFloat(0x0001), std::ldexp(1.0f, -24));   // smallest subnormal
   EXPECT_EQ(halfToFloat(0x83FF), -1023 * std::ldexp(1.0f, -24));
   EXPECT_EQ(halfToFloat(0x0400), std::ldexp(1.0f, -14));  // smallest normal
   EXPECT_EQ(halfToFloat(0x3C00), 1.0f);

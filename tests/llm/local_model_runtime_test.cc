@@ -127,10 +127,13 @@ TEST(LocalModelRuntime, StreamsWholeCharacters) {
 
   // A byte that can never become a character stops the stream; the answer shows a replacement.
   const std::string brokenPath = scratchPath("broken.gguf");
-  writeScriptedModel(brokenPath, answering("a\xFF" "b"));
+  writeScriptedModel(brokenPath, answering("a\xFF"
+                                           "b"));
   LocalModelRuntime broken(at(brokenPath));
   Partials cut;
-  EXPECT_EQ(broken.generate("sys", "hi", 50, cut.sink()), "a\xEF\xBF\xBD" "b");
+  EXPECT_EQ(broken.generate("sys", "hi", 50, cut.sink()),
+            "a\xEF\xBF\xBD"
+            "b");
   EXPECT_EQ(cut.texts, std::vector<std::string>{"a"});
 }
 
@@ -216,7 +219,8 @@ TEST(LocalModelRuntime, RequestsRunOneAfterAnotherInOrder) {
 
   std::stop_source abandon;
   auto second = std::async(std::launch::async, [&] {
-    return runtime.generate("sys", "two", 3, [&](const std::string& s) { log("second " + s); }, abandon.get_token());
+    return runtime.generate(
+        "sys", "two", 3, [&](const std::string& s) { log("second " + s); }, abandon.get_token());
   });
   auto third = std::async(std::launch::async, [&] {
     // Queued after the second (it may also be queued first; either way it waits for the first).

@@ -46,11 +46,10 @@ class ModelStoreTest : public ::testing::Test {
     ModelStore::Options options{server_.url(path), dir_, minimum};
     options.exactSize = exactSize;
     options.sha256 = sha256;
-    auto s = std::make_unique<ModelStore>(options,
-                                          [this](const ModelStore::State& st) {
-                                            std::lock_guard lock(mutex_);
-                                            seen_.push_back(st);
-                                          });
+    auto s = std::make_unique<ModelStore>(options, [this](const ModelStore::State& st) {
+      std::lock_guard lock(mutex_);
+      seen_.push_back(st);
+    });
     return s;
   }
 
@@ -144,12 +143,15 @@ TEST_F(ModelStoreTest, RejectedDownloadsLeaveNothingBehind) {
       {"/missing", {404, "Not Found"}, "Download failed (HTTP 404)"},
       {"/short", {200, ggufBody(minimum - 1)}, "Download was incomplete (received 65,535 bytes)"},
       {"/cut", {200, ggufBody(minimum / 2), size_t(minimum)}, "Download was incomplete"},
-      {"/html", {200, "\n<html>" + std::string(minimum, ' ')},
+      {"/html",
+       {200, "\n<html>" + std::string(minimum, ' ')},
        "Download failed: the server sent a web page (65,543 bytes), not the model"},
       {"/zeros", {200, std::string(minimum, '\0')}, "Downloaded file isn't a GGUF model"},
       {"/tiny", {200, "GG"}, "Download was incomplete (received 2 bytes)"},
       // A redirect loop is a redirect loop, not the status of its last answer.
-      {"/loop", {302, "", std::nullopt, 0, 0, "text/plain", "/loop"}, "Download failed: Maximum (10) redirects followed"},
+      {"/loop",
+       {302, "", std::nullopt, 0, 0, "text/plain", "/loop"},
+       "Download failed: Maximum (10) redirects followed"},
   };
   for (auto& c : cases) {
     SCOPED_TRACE(c.path);

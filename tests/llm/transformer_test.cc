@@ -92,7 +92,8 @@ TEST(Transformer, CachedPrefixesGiveTheLogitsOfAFullRun) {
     ASSERT_EQ(rows.size(), each.size() * vocab);
     for (size_t i = 0; i < each.size(); ++i)
       EXPECT_LT(maxDifference(std::vector<float>(rows.begin() + i * vocab, rows.begin() + (i + 1) * vocab), each[i]),
-                1e-4f) << i;
+                1e-4f)
+          << i;
   }
 }
 

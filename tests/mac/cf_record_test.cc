@@ -63,8 +63,16 @@ TEST(CFRecord, ReadValuesFeedTheTextAndFrameHelpers) {
 
 TEST(CFRecord, SettableValuesRoundTripAndTheRestAreRefused) {
   const std::vector<ax::Value> settable = {
-      std::string("hello"),      true,  false, 12.5, Point{1, 2}, Size{3, 4}, ax::Url{"https://a.example/"},
-      element(3),                std::vector<ax::ElementRef>{element(1)}, std::vector<std::string>{"a", "b"},
+      std::string("hello"),
+      true,
+      false,
+      12.5,
+      Point{1, 2},
+      Size{3, 4},
+      ax::Url{"https://a.example/"},
+      element(3),
+      std::vector<ax::ElementRef>{element(1)},
+      std::vector<std::string>{"a", "b"},
   };
   for (const ax::Value& v : settable) {
     auto record = toRecord(v);

@@ -60,9 +60,12 @@ TEST(Fits, LinksAreResultsNeverButtons) {
 
 TEST(Matches, CandidatesAreVisibleInPageOrder) {
   std::vector<PageElement> page = {
-      el(0, "AXWebArea", "Save"),         el(1, "AXButton", "Save", Rect{0, 0, 0, 20}),  // zero width
-      el(2, "AXButton", "Save", std::nullopt), el(3, "AXButton", "Save draft"),
-      el(4, "AXButton", "Save"),          el(5, "AXButton", "Save"),
+      el(0, "AXWebArea", "Save"),
+      el(1, "AXButton", "Save", Rect{0, 0, 0, 20}),  // zero width
+      el(2, "AXButton", "Save", std::nullopt),
+      el(3, "AXButton", "Save draft"),
+      el(4, "AXButton", "Save"),
+      el(5, "AXButton", "Save"),
   };
   MatchList list = ElementMatcher::matches(want("save"), page, MatchPurpose::click);
   EXPECT_EQ(ids(list), (std::vector<int>{4, 5, 3}));
@@ -116,13 +119,19 @@ TEST(Matches, NextToRanksByTheGapToTheAnchor) {
       el(3, "AXCheckBox", "", Rect{0, 60, 16, 16}, 0),
   };
   // The group holds the anchor and the text is the anchor: neither is "next to" it.
-  MatchList list = ElementMatcher::matches(want("", std::nullopt, RoleHint::any, "Remember me"), page, MatchPurpose::find);
+  MatchList list =
+      ElementMatcher::matches(want("", std::nullopt, RoleHint::any, "Remember me"), page, MatchPurpose::find);
   EXPECT_EQ(ids(list), (std::vector<int>{1, 3}));
   EXPECT_DOUBLE_EQ(list.matches[0].score, 99.5);
   EXPECT_EQ(list.matches[0].reason, "nearest to “Remember me” (4 pt)");
-  EXPECT_TRUE(ElementMatcher::matches(want("", std::nullopt, RoleHint::any, "Forgot password"), page, MatchPurpose::find).matches.empty());
+  EXPECT_TRUE(
+      ElementMatcher::matches(want("", std::nullopt, RoleHint::any, "Forgot password"), page, MatchPurpose::find)
+          .matches.empty());
   page[3].frame = Rect{0, 5000, 16, 16};
-  EXPECT_EQ(ElementMatcher::matches(want("", std::nullopt, RoleHint::any, "Remember me"), page, MatchPurpose::find).matches[1].score, 1);
+  EXPECT_EQ(ElementMatcher::matches(want("", std::nullopt, RoleHint::any, "Remember me"), page, MatchPurpose::find)
+                .matches[1]
+                .score,
+            1);
 
   EXPECT_EQ(ElementMatcher::distance({0, 0, 10, 10}, {5, 5, 10, 10}), 0);  // overlapping
   EXPECT_EQ(ElementMatcher::distance({0, 0, 10, 10}, {13, 14, 10, 10}), 5);

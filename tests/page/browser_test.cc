@@ -39,14 +39,16 @@ TEST(BrowserRegistry, ExactBundleIdentifiersOnly) {
     ASSERT_TRUE(a) << id;
     EXPECT_EQ(a->name(), name) << id;
   }
-  for (const char* id : {"com.google.Chrome.dev", "com.apple.safari", "com.apple.Safari.helper", "com.microsoft.edgemac.beta",
-                         "com.apple.TextEdit", ""})
+  for (const char* id : {"com.google.Chrome.dev", "com.apple.safari", "com.apple.Safari.helper",
+                         "com.microsoft.edgemac.beta", "com.apple.TextEdit", ""})
     EXPECT_FALSE(BrowserRegistry::adapter(id)) << id;
   EXPECT_FALSE(BrowserRegistry::adapter(std::nullopt));
 }
 
 TEST(BrowserAdapter, PicksTheLargestWebAreaTheEarlierOfEquals) {
-  auto area = [](int id, std::optional<Rect> frame) { return PageElement{.id = id, .role = "AXWebArea", .frame = frame}; };
+  auto area = [](int id, std::optional<Rect> frame) {
+    return PageElement{.id = id, .role = "AXWebArea", .frame = frame};
+  };
   const BrowserAdapter& safari = *BrowserRegistry::adapter("com.apple.Safari");
   EXPECT_FALSE(safari.pickWebArea({}));
   EXPECT_EQ(safari.pickWebArea({area(1, Rect{0, 0, 800, 600}), area(2, Rect{0, 0, 300, 250})})->id, 1);
@@ -101,8 +103,9 @@ TEST(BrowserTarget, EachChromiumProcessIsPreparedOnce) {
     std::string bundleID;
     int writes;
   };
-  for (const Case& c : {Case{"com.google.Chrome", 1}, Case{"com.brave.Browser", 1}, Case{"company.thebrowser.Browser", 1},
-                        Case{"com.apple.Safari", 0}, Case{"org.mozilla.firefox", 0}}) {
+  for (const Case& c :
+       {Case{"com.google.Chrome", 1}, Case{"com.brave.Browser", 1}, Case{"company.thebrowser.Browser", 1},
+        Case{"com.apple.Safari", 0}, Case{"org.mozilla.firefox", 0}}) {
     BrowserTarget::forgetPreparedForTesting();
     memory::Backend b(testing::browserWindow({button("OK")}, c.bundleID));
     const BrowserTarget target = *b.target();
@@ -165,8 +168,8 @@ TEST(BrowserTracker, FrontBrowserElseTheLastActivatedOneStillRunning) {
 TEST(PageSnapshotCapture, ReadsTheWebAreaTheAdapterChooses) {
   Node small = webArea("https://ads.example/", "Ad", {button("Buy")});
   small.frame = Rect{0, 0, 300, 250};
-  memory::Recording r = testing::browserWindow({button("Sign in")}, "com.google.Chrome", "https://example.com/a",
-                                               "  Example \n Shop ");
+  memory::Recording r =
+      testing::browserWindow({button("Sign in")}, "com.google.Chrome", "https://example.com/a", "  Example \n Shop ");
   r.window.children.insert(r.window.children.begin(), small);
   memory::Backend b(r);
   Platform platform = b.platform();

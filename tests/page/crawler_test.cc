@@ -25,8 +25,8 @@ std::vector<PageElement> crawl(memory::Backend& b, Crawler::Limits limits = Craw
 }
 
 TEST(Crawler, WalksInDocumentOrder) {
-  memory::Backend b(testing::plainWindow({group({Node{.role = "AXHeading", .title = "A"}, group({button("A1")}), button("A2")}),
-                                button("B")}));
+  memory::Backend b(testing::plainWindow(
+      {group({Node{.role = "AXHeading", .title = "A"}, group({button("A1")}), button("A2")}), button("B")}));
   auto elements = crawl(b);
   EXPECT_EQ(roles(elements), (std::vector<std::string>{"AXWindow:Window", "AXGroup", "AXHeading:A", "AXGroup",
                                                        "AXButton:A1", "AXButton:A2", "AXButton:B"}));
@@ -83,10 +83,16 @@ TEST(Crawler, LeavesOutHiddenSubtrees) {
 }
 
 TEST(Crawler, NeverReadsAPasswordsValue) {
-  Node password{.role = "AXTextField", .subrole = "AXSecureTextField", .value = std::string("••••••"),
-                .enabled = false};
-  Node plain{.role = "AXStaticText", .title = "t", .description = "d", .help = "h", .placeholder = "p",
-             .value = 42.0, .frame = Rect{1, 2, 3, 4}, .actions = {"AXShowMenu"}};
+  Node password{
+      .role = "AXTextField", .subrole = "AXSecureTextField", .value = std::string("••••••"), .enabled = false};
+  Node plain{.role = "AXStaticText",
+             .title = "t",
+             .description = "d",
+             .help = "h",
+             .placeholder = "p",
+             .value = 42.0,
+             .frame = Rect{1, 2, 3, 4},
+             .actions = {"AXShowMenu"}};
   memory::Backend b(testing::plainWindow({password, plain, group({}), button("B")}));
   auto elements = crawl(b);
   ASSERT_EQ(elements.size(), 5u);
@@ -99,7 +105,7 @@ TEST(Crawler, NeverReadsAPasswordsValue) {
   EXPECT_EQ(t.help, "h");
   EXPECT_EQ(t.placeholder, "p");
   EXPECT_EQ(t.frame, (Rect{1, 2, 3, 4}));
-  EXPECT_TRUE(t.enabled);         // "AXEnabled" missing
+  EXPECT_TRUE(t.enabled);          // "AXEnabled" missing
   EXPECT_TRUE(t.actions.empty());  // text runs never have their actions read
   EXPECT_FALSE(elements[3].frame);
   EXPECT_TRUE(elements[3].actions.empty());

@@ -46,18 +46,30 @@ TEST(Roles, RoleSetsHoldTheirRoles) {
     bool clickable, textInput, actionsRead;
   };
   const std::vector<Case> cases = {
-      {"AXButton", true, false, true},          {"AXLink", true, false, true},
-      {"AXCheckBox", true, false, true},        {"AXRadioButton", true, false, true},
-      {"AXMenuItem", true, false, true},        {"AXPopUpButton", true, false, true},
-      {"AXMenuButton", true, false, true},      {"AXDisclosureTriangle", true, false, true},
-      {"AXTab", true, false, true},             {"AXSwitch", true, false, true},
-      {"AXToolbarButton", true, false, true},   {"AXGroup", false, false, true},
-      {"AXCell", false, false, true},           {"AXUnknown", false, false, true},
-      {"AXRow", false, false, true},            {"AXImage", false, false, true},
-      {"AXTextField", false, true, false},      {"AXTextArea", false, true, false},
-      {"AXComboBox", false, true, false},       {"AXSearchField", false, true, false},
-      {"AXStaticText", false, false, false},    {"AXWebArea", false, false, false},
-      {"AXHeading", false, false, false},       {"AXSecureTextField", false, false, false},  // a subrole
+      {"AXButton", true, false, true},
+      {"AXLink", true, false, true},
+      {"AXCheckBox", true, false, true},
+      {"AXRadioButton", true, false, true},
+      {"AXMenuItem", true, false, true},
+      {"AXPopUpButton", true, false, true},
+      {"AXMenuButton", true, false, true},
+      {"AXDisclosureTriangle", true, false, true},
+      {"AXTab", true, false, true},
+      {"AXSwitch", true, false, true},
+      {"AXToolbarButton", true, false, true},
+      {"AXGroup", false, false, true},
+      {"AXCell", false, false, true},
+      {"AXUnknown", false, false, true},
+      {"AXRow", false, false, true},
+      {"AXImage", false, false, true},
+      {"AXTextField", false, true, false},
+      {"AXTextArea", false, true, false},
+      {"AXComboBox", false, true, false},
+      {"AXSearchField", false, true, false},
+      {"AXStaticText", false, false, false},
+      {"AXWebArea", false, false, false},
+      {"AXHeading", false, false, false},
+      {"AXSecureTextField", false, false, false},  // a subrole
       {"", false, false, false},
   };
   for (const Case& c : cases) {
@@ -71,9 +83,9 @@ TEST(Roles, RoleSetsHoldTheirRoles) {
 
 TEST(AXHelpers, ValuesAsText) {
   std::vector<std::string> texts;
-  for (const ax::Value& v : {ax::Value{}, ax::Value{std::string("Sign in")}, ax::Value{3.0}, ax::Value{-2.0},
-                             ax::Value{0.5}, ax::Value{true}, ax::Value{ax::Url{"https://example.com/"}},
-                             ax::Value{Point{1, 2}}})
+  for (const ax::Value& v :
+       {ax::Value{}, ax::Value{std::string("Sign in")}, ax::Value{3.0}, ax::Value{-2.0}, ax::Value{0.5},
+        ax::Value{true}, ax::Value{ax::Url{"https://example.com/"}}, ax::Value{Point{1, 2}}})
     texts.push_back(AX::str(v));
   EXPECT_EQ(texts, (std::vector<std::string>{"", "Sign in", "3", "-2", "0.5", "1", "", ""}));
 }
@@ -87,8 +99,8 @@ TEST(AXHelpers, RectNeedsFiniteNumbers) {
 }
 
 memory::Recording page() {
-  return testing::plainWindow(
-      {memory::Node{.role = "AXButton", .title = "Go", .frame = Rect{10, 20, 30, 40}, .actions = {"AXPress", "AXShowMenu"}}});
+  return testing::plainWindow({memory::Node{
+      .role = "AXButton", .title = "Go", .frame = Rect{10, 20, 30, 40}, .actions = {"AXPress", "AXShowMenu"}}});
 }
 
 // Answers a multi-attribute read with one value too few.

@@ -108,7 +108,7 @@ TEST(PageReaderLines, HeadingsKeepTheirLevels) {
   page.add({.role = "AXHeading", .title = "Huge", .value = "99999999999"});
   page.add({.role = "AXHeading", .title = "Too huge", .value = "99999999999999999999"});
   page.add({.role = "AXHeading", .value = " \n "});  // nothing to name it by
-  page.add({.role = "AXHeading", .value = "3"});      // its level is its only text, so it names it too
+  page.add({.role = "AXHeading", .value = "3"});     // its level is its only text, so it names it too
   int h = page.add({.role = "AXHeading", .title = "Inside", .value = "-1"});
   page.add(staticText("Inside"), h);
   EXPECT_EQ(read(page), (std::vector<L>{{"One", Kind::heading, 1},
@@ -156,9 +156,9 @@ TEST(PageReaderLines, ImagesNeedARealDescription) {
   page.add({.role = "AXImage", .title = "ignored", .desc = "Harbour at dawn"});
   int a = page.add({.role = "AXLink", .title = "Our logo home"});
   page.add({.role = "AXImage", .desc = "our LOGO"}, a);
-  EXPECT_EQ(read(page), (std::vector<L>{{"Title used", Kind::image},
-                                        {"Harbour at dawn", Kind::image},
-                                        {"Our logo home", Kind::link}}));
+  EXPECT_EQ(
+      read(page),
+      (std::vector<L>{{"Title used", Kind::image}, {"Harbour at dawn", Kind::image}, {"Our logo home", Kind::link}}));
 }
 
 TEST(PageReaderLines, OnlyVisibleReadableRolesGiveLines) {
@@ -185,26 +185,30 @@ std::vector<C> chunked(const std::vector<PageLine>& lines, int limit) {
 
 TEST(PageReaderChunks, ALongSectionSplitsUnderItsHeading) {
   std::vector<PageLine> lines = {line("Ten chars!", Kind::heading, 1), line(std::string(500, 'a'), Kind::text, 2),
-                                 line(std::string(500, 'b'), Kind::text, 3), line(std::string(500, 'c'), Kind::text, 4)};
+                                 line(std::string(500, 'b'), Kind::text, 3),
+                                 line(std::string(500, 'c'), Kind::text, 4)};
   EXPECT_EQ(chunked(lines, 900), (std::vector<C>{{"Ten chars!", "Ten chars!\n" + std::string(500, 'a'), 1},
-                                                {"Ten chars!", std::string(500, 'b'), 3},
-                                                {"Ten chars!", std::string(500, 'c'), 4}}));
+                                                 {"Ten chars!", std::string(500, 'b'), 3},
+                                                 {"Ten chars!", std::string(500, 'c'), 4}}));
 }
 
 TEST(PageReaderChunks, HeadingsOpenChunks) {
-  std::vector<PageLine> lines = {line("intro", Kind::text, 0),   line("Head", Kind::heading, 1),
-                                 line("ééé", Kind::text, 2),     line("xyz", Kind::link, 3),
-                                 line("Empty", Kind::heading, 4), line("Last", Kind::heading, 5),
+  std::vector<PageLine> lines = {line("intro", Kind::text, 0),
+                                 line("Head", Kind::heading, 1),
+                                 line("ééé", Kind::text, 2),
+                                 line("xyz", Kind::link, 3),
+                                 line("Empty", Kind::heading, 4),
+                                 line("Last", Kind::heading, 5),
                                  line(std::string(20, 'z'), Kind::text, 6)};
   // "Head" + "ééé" is 7 characters (10 bytes) and fits in 9; "xyz" would make 10.
   // A heading alone is a chunk; the long line after "Last" does not fit beside it, and is never
   // split, even past the limit.
   EXPECT_EQ(chunked(lines, 9), (std::vector<C>{{"", "intro", 0},
-                                              {"Head", "Head\nééé", 1},
-                                              {"Head", "xyz", 3},
-                                              {"Empty", "Empty", 4},
-                                              {"Last", "Last", 5},
-                                              {"Last", std::string(20, 'z'), 6}}));
+                                               {"Head", "Head\nééé", 1},
+                                               {"Head", "xyz", 3},
+                                               {"Empty", "Empty", 4},
+                                               {"Last", "Last", 5},
+                                               {"Last", std::string(20, 'z'), 6}}));
 }
 
 TEST(PageReaderChunks, BlankTextMakesNoChunk) {
@@ -219,13 +223,12 @@ TEST(PageReaderChunks, BlankTextMakesNoChunk) {
 
 TEST(PageSnapshotText, RendersEveryKindOfLine) {
   PageSnapshot s;
-  s.lines = {line("Title", Kind::heading, 0), line("Para", Kind::text, 1), line("Link", Kind::link, 2),
-             line("Go", Kind::button, 3),     line("Email", Kind::field, 4), line("Dawn", Kind::image, 5),
+  s.lines = {line("Title", Kind::heading, 0), line("Para", Kind::text, 1),    line("Link", Kind::link, 2),
+             line("Go", Kind::button, 3),     line("Email", Kind::field, 4),  line("Dawn", Kind::image, 5),
              line("One", Kind::item, 6),      line("Deep", Kind::heading, 7), line("Zero", Kind::heading, 8)};
   s.lines[0].level = 1;
   s.lines[7].level = 6;
-  EXPECT_EQ(s.text(),
-            "# Title\nPara\n→ Link\n[Button] Go\n[Field] Email\n[Image] Dawn\n• One\n\n#### Deep\n\n# Zero");
+  EXPECT_EQ(s.text(), "# Title\nPara\n→ Link\n[Button] Go\n[Field] Email\n[Image] Dawn\n• One\n\n#### Deep\n\n# Zero");
 }
 
 TEST(PageSnapshotSectionTitle, TheLastHeadingAtOrBeforeTheElement) {

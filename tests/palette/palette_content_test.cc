@@ -18,7 +18,10 @@ using memory::Node;
 using View = PaletteContent::View;
 
 Node button(std::string title, double y) {
-  return Node{.role = "AXButton", .title = std::move(title), .frame = Rect{100, y, 120, 30}, .enabled = true,
+  return Node{.role = "AXButton",
+              .title = std::move(title),
+              .frame = Rect{100, y, 120, 30},
+              .enabled = true,
               .actions = {"AXPress"}};
 }
 

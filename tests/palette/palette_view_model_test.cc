@@ -98,7 +98,8 @@ class Palette : public ::testing::Test {
   // Blocks a model's thread until `done`, for at most 20 seconds.
   static void waitUntil(const std::function<bool()>& done) {
     auto until = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-    while (!done() && std::chrono::steady_clock::now() < until) std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    while (!done() && std::chrono::steady_clock::now() < until)
+      std::this_thread::sleep_for(std::chrono::milliseconds(2));
   }
 
   std::unique_ptr<memory::Backend> backend;

@@ -14,7 +14,8 @@ std::vector<std::string> titles(const std::vector<Suggestion>& all) {
 TEST(Suggestions, CommonCommandsUnderAnEmptyField) {
   auto all = suggestionsFor("");
   ASSERT_EQ(all.size(), 5u);
-  EXPECT_EQ(titles(all), (std::vector<std::string>{"Read page", "Summarize", "Find\u2026", "Click\u2026", "Scroll\u2026"}));
+  EXPECT_EQ(titles(all),
+            (std::vector<std::string>{"Read page", "Summarize", "Find\u2026", "Click\u2026", "Scroll\u2026"}));
   EXPECT_EQ(all[1].fill, "Summarize this page");
   EXPECT_EQ(all[1].icon, "text.alignleft");
   EXPECT_TRUE(all[0].runs);

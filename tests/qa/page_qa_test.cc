@@ -106,14 +106,15 @@ TEST(Excerpts, TheBestChunkIsAlwaysTaken) {
   s.chunks[1].text = "zucchini zucchini zucchini " + std::string(1000, 'a');
   QAExcerpts local(s, "zucchini", true), other(s, "zucchini", false);
   EXPECT_EQ(local.text, s.chunks[1].text + "\n---\n" + s.chunks[2].text);  // back in page order
-  EXPECT_EQ(other.chunks.size(), 3u);  // 4500 characters take the long one too
+  EXPECT_EQ(other.chunks.size(), 3u);                                      // 4500 characters take the long one too
 }
 
 TEST(ExtractiveAnswer, WithoutContentWordsTheLeadAnswers) {
   // The short menu chunk is passed over for the first one of more than 80 characters.
-  PageSnapshot s = page({chunk("", "Menu"),
-                         chunk("", "First sentence here. Second one is here. Third is too. Fourth is not included at all.")},
-                        "Garden Club");
+  PageSnapshot s =
+      page({chunk("", "Menu"),
+            chunk("", "First sentence here. Second one is here. Third is too. Fourth is not included at all.")},
+           "Garden Club");
   EXPECT_EQ(PageQA::extractiveAnswer(s, "what is this"),
             "“Garden Club”\n\nFirst sentence here. Second one is here. Third is too.");
   EXPECT_EQ(PageQA::extractiveAnswer(page({}), "what is this"), "The page has no readable text.");
@@ -121,8 +122,9 @@ TEST(ExtractiveAnswer, WithoutContentWordsTheLeadAnswers) {
 
 TEST(ExtractiveAnswer, AtMostFourBulletsInPageOrderElseTheChunk) {
   PageSnapshot s = page({
-      chunk("Zucchini", "Zucchini grows fast. It likes sun. Zucchini needs water daily. Harvest zucchini young. "
-                        "Zucchini flowers are edible. Store zucchini cold."),
+      chunk("Zucchini",
+            "Zucchini grows fast. It likes sun. Zucchini needs water daily. Harvest zucchini young. "
+            "Zucchini flowers are edible. Store zucchini cold."),
       chunk("Other", "Nothing related is said here at all."),
   });
   const std::string answer = PageQA::extractiveAnswer(s, "how to grow zucchini?");
@@ -131,7 +133,8 @@ TEST(ExtractiveAnswer, AtMostFourBulletsInPageOrderElseTheChunk) {
   EXPECT_EQ(answer.find("likes sun"), std::string::npos);
   EXPECT_EQ(PageQA::extractiveAnswer(s, "gazpacho recipe"), "The page doesn't appear to mention that.");
 
-  const std::string cut = PageQA::extractiveAnswer(page({chunk("", "Zucchini " + std::string(400, 'z') + ".")}), "zucchini");
+  const std::string cut =
+      PageQA::extractiveAnswer(page({chunk("", "Zucchini " + std::string(400, 'z') + ".")}), "zucchini");
   EXPECT_EQ(TextUtil::length(cut), 2 + 320);
   // A long section's later chunk carries the heading but not in its text: no sentence overlaps.
   EXPECT_EQ(PageQA::extractiveAnswer(page({{"Zucchini", std::string(450, 'q'), 0}}), "zucchini"),
@@ -145,7 +148,10 @@ TEST(ExtractiveSummary, TitleThenOneSentencePerSubstantialSection) {
   chunks.push_back(chunk("", std::string(300, 'w') + " end."));
   PageSnapshot s = page(chunks, "Guide *1*");
   const std::string summary = PageQA::extractiveSummary(s);
-  EXPECT_TRUE(summary.starts_with("**Guide *1*" "**\n• Part 0 — " + filler + "\n"));
+  EXPECT_TRUE(
+      summary.starts_with("**Guide *1*"
+                          "**\n• Part 0 — " +
+                          filler + "\n"));
   EXPECT_EQ(std::count(summary.begin(), summary.end(), '\n'), 6);  // title plus six bullets
   EXPECT_EQ(summary.find("Tiny"), std::string::npos);
 

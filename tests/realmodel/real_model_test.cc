@@ -29,8 +29,8 @@ namespace {
 
 using testing::EngineOnPage;
 
-#define REQUIRE_REAL_MODEL()                                                                        \
-  const std::string modelPath = testing::realModelPath();                                          \
+#define REQUIRE_REAL_MODEL()                              \
+  const std::string modelPath = testing::realModelPath(); \
   if (modelPath.empty()) GTEST_SKIP() << "no real model: run scripts/fetch_model.sh (or set SKIMLET_REAL_MODEL)"
 
 // One runtime and model per test program run, as the app has one.
@@ -54,8 +54,7 @@ TEST(RealModel, TokenizerAndLogitsAgreeWithAnotherEngine) {
   EXPECT_EQ(model.nLayer, 28);
   EXPECT_EQ(model.vocabSize(), 151936);
   for (const auto& t : ref["tokenize"]) {
-    EXPECT_EQ(model.tokenizer().encode(t["text"].get<std::string>()), t["ids"].get<std::vector<int>>())
-        << t["text"];
+    EXPECT_EQ(model.tokenizer().encode(t["text"].get<std::string>()), t["ids"].get<std::vector<int>>()) << t["text"];
   }
   for (const auto& [name, s] : ref["logits"].items()) {
     SCOPED_TRACE(name);
@@ -173,10 +172,13 @@ class GivesUpAtFirstWords : public ChatModel {
   std::optional<std::string> lastError() override { return inner_.lastError(); }
   std::optional<std::string> generate(const std::string& system, const std::string& user, int maxTokens,
                                       const PartialSink& onPartial, std::stop_token stop) override {
-    return inner_.generate(system, user, maxTokens, [&](const std::string& text) {
-      if (onPartial) onPartial(text);
-      stop_.request_stop();
-    }, std::move(stop));
+    return inner_.generate(
+        system, user, maxTokens,
+        [&](const std::string& text) {
+          if (onPartial) onPartial(text);
+          stop_.request_stop();
+        },
+        std::move(stop));
   }
 
  private:

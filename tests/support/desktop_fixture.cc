@@ -1,5 +1,5 @@
-#include "browser/snapshot_capture.h"
 #include "support/desktop_fixture.h"
+#include "browser/snapshot_capture.h"
 
 #include <chrono>
 #include <thread>

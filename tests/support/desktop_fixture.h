@@ -11,11 +11,11 @@
 #include <vector>
 
 #include "backends/atspi/desktop_session.h"
-#include "platform/memory_settings.h"
+#include "browser/snapshot_capture.h"
 #include "engine/action_engine.h"
 #include "engine/understand.h"
-#include "browser/snapshot_capture.h"
 #include "page/page_snapshot.h"
+#include "platform/memory_settings.h"
 #include "support/desktop_harness.h"
 #include "support/paths.h"
 

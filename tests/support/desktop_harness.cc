@@ -91,7 +91,8 @@ std::string firstLineOf(const std::vector<std::string>& argv, pid_t& pid) {
 }  // namespace
 
 std::string DesktopHarness::missing(Browser browser) {
-  for (const char* p : {"/usr/bin/Xvfb", "/usr/bin/dbus-daemon", "/usr/libexec/at-spi-bus-launcher", "/usr/bin/openbox"})
+  for (const char* p :
+       {"/usr/bin/Xvfb", "/usr/bin/dbus-daemon", "/usr/libexec/at-spi-bus-launcher", "/usr/bin/openbox"})
     if (!executable(p)) return std::string(p) + " is not installed";
   if (!executable(browserPath(browser))) return std::string(browserPath(browser)) + " is not installed";
   return "";
@@ -178,9 +179,10 @@ std::unique_ptr<DesktopHarness> DesktopHarness::start(Browser browser, const std
     h->browserPid_ = h->spawn({"/usr/lib/firefox-esr/firefox-esr", "-profile", h->profile_, "--new-instance", url});
   } else {
     std::vector<std::string> argv = {"/usr/lib/chromium/chromium", "--user-data-dir=" + h->profile_,
-                                      "--ozone-platform=x11", "--no-first-run", "--no-default-browser-check",
-                                      "--disable-gpu", "--password-store=basic", "--disable-features=Translate",
-                                      "--window-size=1200,850", "--window-position=0,0"};
+                                     "--ozone-platform=x11",       "--no-first-run",
+                                     "--no-default-browser-check", "--disable-gpu",
+                                     "--password-store=basic",     "--disable-features=Translate",
+                                     "--window-size=1200,850",     "--window-position=0,0"};
     if (::geteuid() == 0) argv.push_back("--no-sandbox");
     argv.push_back(url);
     h->browserPid_ = h->spawn(argv);

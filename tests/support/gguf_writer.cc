@@ -170,10 +170,12 @@ void GGUFWriter::addF32Array(const std::string& key, const std::vector<float>& v
   addRaw(key, 9, p);
 }
 
-void GGUFWriter::addTensor(const std::string& name, std::vector<int64_t> dims, uint32_t type, std::vector<uint8_t> data) {
+void GGUFWriter::addTensor(const std::string& name, std::vector<int64_t> dims, uint32_t type,
+                           std::vector<uint8_t> data) {
   auto shared = std::make_shared<std::vector<uint8_t>>(std::move(data));
   const uint64_t bytes = shared->size();
-  addTensor(name, std::move(dims), type, bytes, [shared](std::FILE* f) { std::fwrite(shared->data(), 1, shared->size(), f); });
+  addTensor(name, std::move(dims), type, bytes,
+            [shared](std::FILE* f) { std::fwrite(shared->data(), 1, shared->size(), f); });
 }
 
 void GGUFWriter::addTensor(const std::string& name, std::vector<int64_t> dims, uint32_t type, uint64_t bytes,
@@ -263,11 +265,11 @@ std::string byteSymbol(int b) {
 std::vector<std::string> randomModelMerges(const std::vector<std::string>& words) {
   const std::string sp = byteSymbol(' '), nl = byteSymbol('\n');
   // A few words the tests use, and the chat roles, whole, as a trained vocabulary has them.
-  std::vector<std::string> merges = {"h e", "l l", "he ll", "hell o", sp + " w", "o r", sp + "w or", "l d",
-                                     sp + "wor ld", "s y", "s t", "e m", "sy st", "syst em", "u s", "e r",
-                                     "us er", "a s", "i s", "as s", "ass is", "a n", "t a", "n t", "assis t",
-                                     "assist an", "assistan t", sp + " t", sp + "t he", "t h", "th e", sp + " a",
-                                     nl + " " + nl};
+  std::vector<std::string> merges = {
+      "h e",     "l l",       "he ll",  "hell o", sp + " w", "o r",        sp + "w or", "l d",       sp + "wor ld",
+      "s y",     "s t",       "e m",    "sy st",  "syst em", "u s",        "e r",       "us er",     "a s",
+      "i s",     "as s",      "ass is", "a n",    "t a",     "n t",        "assis t",   "assist an", "assistan t",
+      sp + " t", sp + "t he", "t h",    "th e",   sp + " a", nl + " " + nl};
   std::map<std::string, size_t> rank;
   for (size_t i = 0; i < merges.size(); ++i) rank.emplace(merges[i], i);
   // Each word becomes one token: the merges so far split it into pieces, as the tokenizer will,
@@ -309,7 +311,8 @@ std::vector<std::string> randomModelTokens(int vocab, bool chatMarkers, const st
   }
   const int markers = 3;
   int filler = 0;
-  while (static_cast<int>(tokens.size()) < vocab - markers) tokens.push_back("<filler_" + std::to_string(filler++) + ">");
+  while (static_cast<int>(tokens.size()) < vocab - markers)
+    tokens.push_back("<filler_" + std::to_string(filler++) + ">");
   tokens.push_back("<|endoftext|>");
   tokens.push_back(chatMarkers ? "<|im_start|>" : "<|start|>");
   tokens.push_back(chatMarkers ? "<|im_end|>" : "<|end|>");
@@ -390,21 +393,22 @@ void writeRandomModel(const std::string& path, const RandomModel& model, uint64_
       const BlockPool& pool = poolFor(type, model.weightScale);
       const int64_t blocks = n / GGMLType::traits(type)->blockLength;
       const uint64_t start = rng();
-      w.addTensor(name, {cols, rows}, type, static_cast<uint64_t>(blocks) * pool.size, [&pool, blocks, start](std::FILE* f) {
-        uint64_t s = start | 1;
-        std::vector<uint8_t> buf;
-        buf.reserve(1 << 20);
-        for (int64_t b = 0; b < blocks; ++b) {
-          s ^= s << 13, s ^= s >> 7, s ^= s << 17;
-          const uint8_t* blk = pool.blocks.data() + (s % pool.count) * pool.size;
-          buf.insert(buf.end(), blk, blk + pool.size);
-          if (buf.size() >= (1 << 20) - 256) {
-            std::fwrite(buf.data(), 1, buf.size(), f);
-            buf.clear();
-          }
-        }
-        std::fwrite(buf.data(), 1, buf.size(), f);
-      });
+      w.addTensor(name, {cols, rows}, type, static_cast<uint64_t>(blocks) * pool.size,
+                  [&pool, blocks, start](std::FILE* f) {
+                    uint64_t s = start | 1;
+                    std::vector<uint8_t> buf;
+                    buf.reserve(1 << 20);
+                    for (int64_t b = 0; b < blocks; ++b) {
+                      s ^= s << 13, s ^= s >> 7, s ^= s << 17;
+                      const uint8_t* blk = pool.blocks.data() + (s % pool.count) * pool.size;
+                      buf.insert(buf.end(), blk, blk + pool.size);
+                      if (buf.size() >= (1 << 20) - 256) {
+                        std::fwrite(buf.data(), 1, buf.size(), f);
+                        buf.clear();
+                      }
+                    }
+                    std::fwrite(buf.data(), 1, buf.size(), f);
+                  });
       return;
     }
     std::normal_distribution<float> normal(0.0f, model.weightScale);
@@ -419,7 +423,8 @@ void writeRandomModel(const std::string& path, const RandomModel& model, uint64_
     w.addTensor(name, {size}, GGMLType::f32, quantize(GGMLType::f32, x.data(), size));
   };
   const int q = model.heads * model.headDim, kv = model.kvHeads * model.headDim;
-  matrix("token_embd.weight", "token_embd", -1, model.embd, model.embeddingRows < 0 ? model.vocab : model.embeddingRows);
+  matrix("token_embd.weight", "token_embd", -1, model.embd,
+         model.embeddingRows < 0 ? model.vocab : model.embeddingRows);
   vector("output_norm.weight", model.embd, 1.0f, 0.1f);
   if (!model.tiedOutput) matrix("output.weight", "output", -1, model.embd, model.vocab);
   for (int l = 0; l < model.layers; ++l) {

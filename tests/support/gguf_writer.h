@@ -51,7 +51,7 @@ class GGUFWriter {
 
   uint32_t version = 3;
   std::set<std::string> omit;  // metadata keys and tensor names left out of the file
-  uint64_t alignment = 32;  // used for padding only; add "general.alignment" to declare another
+  uint64_t alignment = 32;     // used for padding only; add "general.alignment" to declare another
 
   // Writes the file; throws std::runtime_error on an I/O failure.
   void write(const std::string& path) const;

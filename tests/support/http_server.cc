@@ -93,8 +93,8 @@ void HttpServer::answer(int client) {
     if (auto it = routes_.find(path); it != routes_.end()) r = it->second;
   }
   std::string head = "HTTP/1.1 " + std::to_string(r.status) + (r.status == 200 ? " OK" : " Error") +
-                     "\r\nContent-Type: " + r.contentType + "\r\nContent-Length: " +
-                     std::to_string(r.declaredLength.value_or(r.body.size())) +
+                     "\r\nContent-Type: " + r.contentType +
+                     "\r\nContent-Length: " + std::to_string(r.declaredLength.value_or(r.body.size())) +
                      (r.location.empty() ? "" : "\r\nLocation: " + r.location) + "\r\nConnection: close\r\n\r\n";
   auto sendAll = [&](const char* data, size_t n) {
     while (n > 0) {

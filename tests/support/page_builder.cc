@@ -19,9 +19,7 @@ Node heading(std::string title, int level, std::vector<Node> children) {
   return Node{.role = "AXHeading", .title = std::move(title), .value = double(level), .children = std::move(children)};
 }
 
-Node button(std::string title) {
-  return Node{.role = "AXButton", .title = std::move(title), .actions = {"AXPress"}};
-}
+Node button(std::string title) { return Node{.role = "AXButton", .title = std::move(title), .actions = {"AXPress"}}; }
 
 Node webArea(std::string url, std::string title, std::vector<Node> children) {
   return Node{.role = "AXWebArea",
@@ -54,15 +52,15 @@ memory::Recording browserWindow(std::vector<Node> content, const std::string& bu
   }
   memory::Recording r;
   r.app = {"", bundleID, 501, ""};
-  r.window = Node{.role = "AXWindow",
-                  .subrole = "AXStandardWindow",
-                  .title = title,
-                  .frame = Rect{0, 0, 1280, 800},
-                  .children = {Node{.role = "AXToolbar",
-                                    .frame = Rect{0, 20, 1280, 40},
-                                    .children = {toolbarButton("Back"), toolbarButton("Forward"), toolbarButton("Reload")}},
-                               std::move(tabBar),
-                               group({webArea(url, title, std::move(content))})}};
+  r.window =
+      Node{.role = "AXWindow",
+           .subrole = "AXStandardWindow",
+           .title = title,
+           .frame = Rect{0, 0, 1280, 800},
+           .children = {Node{.role = "AXToolbar",
+                             .frame = Rect{0, 20, 1280, 40},
+                             .children = {toolbarButton("Back"), toolbarButton("Forward"), toolbarButton("Reload")}},
+                        std::move(tabBar), group({webArea(url, title, std::move(content))})}};
   return r;
 }
 

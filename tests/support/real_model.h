@@ -21,12 +21,9 @@ inline std::string realModelPath() {
   } else {
     // The fetch script's folder, found the same way it finds it.
     fs::path dir;
-    if (std::string c = env("SKIMLET_MODEL_CACHE"); !c.empty())
-      dir = c;
-    else if (std::string x = env("XDG_CACHE_HOME"); !x.empty())
-      dir = fs::path(x) / "skimlet" / "models";
-    else
-      dir = fs::path(env("HOME")) / ".cache" / "skimlet" / "models";
+    if (std::string c = env("SKIMLET_MODEL_CACHE"); !c.empty()) dir = c;
+    else if (std::string x = env("XDG_CACHE_HOME"); !x.empty()) dir = fs::path(x) / "skimlet" / "models";
+    else dir = fs::path(env("HOME")) / ".cache" / "skimlet" / "models";
     path = dir / "qwen2.5-coder-1.5b-instruct-q4_k_m.gguf";
   }
   std::error_code ec;

@@ -29,11 +29,19 @@ TEST(TextUtilWhitespace, UnicodeWhitespaceSeparatesWords) {
 TEST(TextUtilNorm, FoldsToPlainLowerCaseWords) {
   // Decomposed input folds as precomposed does; letters of other scripts and non-ASCII digits
   // are kept; emoji are separators, and so are ZWJ sequences as a whole.
-  const std::pair<const char*, const char*> cases[] = {
-      {"  Hello,   World!! ", "hello world"}, {"--", ""}, {"", ""}, {"Café-au-lait 2.0", "cafe au lait 2 0"},
-      {"Éclair", "eclair"}, {"E\u0301CLAIR", "eclair"}, {"Straße", "strasse"}, {"İstanbul", "istanbul"},
-      {"Ünïcödé — “quotes” ‘and’ …dots", "unicode quotes and dots"}, {"Привет, МИР", "привет мир"},
-      {"日本語のテキスト", "日本語のテキスト"}, {"x ٣ ½", "x ٣ ½"}, {"go 👍 now 👨‍👩‍👧 ok", "go now ok"}};
+  const std::pair<const char*, const char*> cases[] = {{"  Hello,   World!! ", "hello world"},
+                                                       {"--", ""},
+                                                       {"", ""},
+                                                       {"Café-au-lait 2.0", "cafe au lait 2 0"},
+                                                       {"Éclair", "eclair"},
+                                                       {"E\u0301CLAIR", "eclair"},
+                                                       {"Straße", "strasse"},
+                                                       {"İstanbul", "istanbul"},
+                                                       {"Ünïcödé — “quotes” ‘and’ …dots", "unicode quotes and dots"},
+                                                       {"Привет, МИР", "привет мир"},
+                                                       {"日本語のテキスト", "日本語のテキスト"},
+                                                       {"x ٣ ½", "x ٣ ½"},
+                                                       {"go 👍 now 👨‍👩‍👧 ok", "go now ok"}};
   for (const auto& [text, norm] : cases) EXPECT_EQ(TextUtil::norm(text), norm) << text;
   // Lower-casing alone is full Unicode too.
   EXPECT_EQ(TextUtil::lower("Sign IN"), "sign in");
@@ -43,19 +51,29 @@ TEST(TextUtilNorm, FoldsToPlainLowerCaseWords) {
 
 TEST(TextUtilNorm, AsciiFastPathMatchesTheFullPath) {
   // A trailing non-ASCII separator forces the full path; it must not change the ASCII part.
-  const std::vector<std::string> samples{
-      "Sign in", "  Hello,   World!! ", "a\r\nb\tc", "PRICE: $19.99/mo (billed yearly)", "x_y-z", "\x01\x1f\x7f", "42",
-      "C++ & Rust", "e-mail@example.com"};
+  const std::vector<std::string> samples{"Sign in",
+                                         "  Hello,   World!! ",
+                                         "a\r\nb\tc",
+                                         "PRICE: $19.99/mo (billed yearly)",
+                                         "x_y-z",
+                                         "\x01\x1f\x7f",
+                                         "42",
+                                         "C++ & Rust",
+                                         "e-mail@example.com"};
   for (const auto& s : samples) EXPECT_EQ(TextUtil::norm(s), TextUtil::norm(s + " —")) << s;
 }
 
 TEST(TextUtilStem, SuffixRulesInOrder) {
   // Counts are in characters: ‘café’ + "s" keeps four characters.
-  const std::pair<const char*, const char*> cases[] = {
-      {"cats", "cat"}, {"is", "is"}, {"boxes", "box"}, {"used", "used"}, {"made", "mad"}, {"ties", "tie"},
-      {"policies", "policy"}, {"pricing", "pric"}, {"price", "pric"}, {"shipping", "shipp"}, {"require", "requir"},
-      {"requirement", "requirement"}, {"listings", "list"}, {"", ""}, {"cafés", "café"}, {"ééés", "ééé"},
-      {"éés", "éés"}};
+  const std::pair<const char*, const char*> cases[] = {{"cats", "cat"},        {"is", "is"},
+                                                       {"boxes", "box"},       {"used", "used"},
+                                                       {"made", "mad"},        {"ties", "tie"},
+                                                       {"policies", "policy"}, {"pricing", "pric"},
+                                                       {"price", "pric"},      {"shipping", "shipp"},
+                                                       {"require", "requir"},  {"requirement", "requirement"},
+                                                       {"listings", "list"},   {"", ""},
+                                                       {"cafés", "café"},      {"ééés", "ééé"},
+                                                       {"éés", "éés"}};
   for (const auto& [word, stem] : cases) EXPECT_EQ(TextUtil::stem(word), stem) << word;
 }
 
@@ -87,8 +105,7 @@ TEST(TextUtilMarkdown, EscapesExactlyTheSpecialCharacters) {
 TEST(TextUtilSentences, SplitsAtSentenceEnds) {
   EXPECT_TRUE(TextUtil::sentences("").empty());
   EXPECT_TRUE(TextUtil::sentences(" \n\t ").empty());
-  EXPECT_EQ(TextUtil::sentences("First one.  Second\t one! Third? "),
-            (Strings{"First one.", "Second one!", "Third?"}));
+  EXPECT_EQ(TextUtil::sentences("First one.  Second\t one! Third? "), (Strings{"First one.", "Second one!", "Third?"}));
   // Decimal points and lower-case continuations do not end a sentence.
   EXPECT_EQ(TextUtil::sentences("It costs 3.50 a month. see below. Next"),
             (Strings{"It costs 3.50 a month. see below.", "Next"}));
@@ -98,7 +115,7 @@ TEST(TextUtilSentences, SplitsAtSentenceEnds) {
 
 TEST(TextUtilCharacters, LengthsCountGraphemeClusters) {
   const std::string family = "👨‍👩‍👧";  // one character, several code points
-  const std::string accented = "e\u0301";  // one character, two code points
+  const std::string accented = "e\u0301";           // one character, two code points
   EXPECT_EQ(TextUtil::length(""), 0);
   EXPECT_EQ(TextUtil::length("abc"), 3);
   EXPECT_EQ(TextUtil::length("a\r\nb"), 3);
@@ -127,7 +144,9 @@ TEST(TextUtilBadInput, InvalidUtf8BecomesReplacementCharacters) {
   EXPECT_EQ(TextUtil::stem("\xff\xff\xffs"), "\uFFFD\uFFFD\uFFFD");
   EXPECT_EQ(TextUtil::sentences("Hi.\xff Bye."), (Strings{"Hi.", "\uFFFD Bye."}));
   // Between UTF-8 and the platform's UTF-16 (typed text, key events), in both directions.
-  EXPECT_EQ(unicode::toUtf16("a\xFF" "b"), u"a\uFFFDb");
+  EXPECT_EQ(unicode::toUtf16("a\xFF"
+                             "b"),
+            u"a\uFFFDb");
   EXPECT_EQ(unicode::toUtf16("\xE2\x82"), u"\uFFFD");  // a cut-off sequence is one character
   EXPECT_EQ(unicode::toUtf16("€😀"), u"€😀");
   EXPECT_EQ(unicode::fromUtf16(u"€😀"), "€😀");

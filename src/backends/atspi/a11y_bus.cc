@@ -37,8 +37,8 @@ GVariant* Reply::first() const {
 }
 
 std::optional<bool> accessibilityEnabled() {
-  GVariant* out = a11yServiceCall("org.freedesktop.DBus.Properties", "Get",
-                                  g_variant_new("(ss)", "org.a11y.Status", "IsEnabled"));
+  GVariant* out =
+      a11yServiceCall("org.freedesktop.DBus.Properties", "Get", g_variant_new("(ss)", "org.a11y.Status", "IsEnabled"));
   if (!out) return std::nullopt;
   GVariant* boxed = nullptr;
   g_variant_get(out, "(v)", &boxed);

@@ -18,10 +18,10 @@ namespace skimlet::atspi {
 
 // One method call on an object of an application on the bus.
 struct Call {
-  std::string dest;    // the application's bus name
-  std::string path;    // the object
-  const char* iface;   // e.g. "org.a11y.atspi.Accessible"
-  const char* method;  // e.g. "GetRole"
+  std::string dest;          // the application's bus name
+  std::string path;          // the object
+  const char* iface;         // e.g. "org.a11y.atspi.Accessible"
+  const char* method;        // e.g. "GetRole"
   GVariant* args = nullptr;  // a tuple, may be floating; none for no arguments
 };
 

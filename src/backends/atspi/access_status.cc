@@ -16,8 +16,7 @@ AccessStatus AccessStatus::of(Kind kind, const std::string& browser) {
       return {kind, browser + " started before desktop accessibility was on",
               "Restart " + browser + " once (quit it and open it again), then try again."};
     case Kind::noBrowser:
-      return {kind, "No supported browser is open",
-              "Open Firefox, Chrome, Chromium, Brave or Edge, then try again."};
+      return {kind, "No supported browser is open", "Open Firefox, Chrome, Chromium, Brave or Edge, then try again."};
   }
   return {kind, "", ""};
 }

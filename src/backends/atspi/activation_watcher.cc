@@ -28,10 +28,11 @@ ActivationWatcher::ActivationWatcher(Bus& bus, std::function<void(Pid)> activate
     g_main_context_push_thread_default(context_);
     loop_ = g_main_loop_new(context_, FALSE);
     subscription_ = g_dbus_connection_signal_subscribe(
-        bus_.connection(), nullptr, "org.a11y.atspi.Event.Window", nullptr, nullptr, nullptr,
-        G_DBUS_SIGNAL_FLAGS_NONE,
+        bus_.connection(), nullptr, "org.a11y.atspi.Event.Window", nullptr, nullptr, nullptr, G_DBUS_SIGNAL_FLAGS_NONE,
         [](GDBusConnection*, const gchar* sender, const gchar*, const gchar*, const gchar* member, GVariant*,
-           gpointer self) { static_cast<ActivationWatcher*>(self)->onEvent(sender ? sender : "", member ? member : ""); },
+           gpointer self) {
+          static_cast<ActivationWatcher*>(self)->onEvent(sender ? sender : "", member ? member : "");
+        },
         this, nullptr);
     // Applications send window events only once some client has asked the registry for them.
     for (const char* event : {"window:activate", "window:deactivate"})

@@ -439,8 +439,8 @@ Error AtspiAx::performAction(const ElementRef& element, std::string_view action)
   Lock lock(mutex_);
   const ObjectRef& o = e->object;
   if (action == "AXScrollToVisible") {
-    Reply r = bus_.call({o.bus, o.path, "org.a11y.atspi.Component", "ScrollTo",
-                         g_variant_new("(u)", guint32(ATSPI_SCROLL_ANYWHERE))});
+    Reply r = bus_.call(
+        {o.bus, o.path, "org.a11y.atspi.Component", "ScrollTo", g_variant_new("(u)", guint32(ATSPI_SCROLL_ANYWHERE))});
     return r ? Error::success : Error::cannotComplete;
   }
   if (action != "AXPress" || e->run >= 0) return Error::actionUnsupported;

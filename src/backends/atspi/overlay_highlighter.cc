@@ -58,8 +58,8 @@ void OverlayHighlighter::show(Rect f, double seconds) {
   }
   {
     std::lock_guard lock(mutex_);
-    hideAt_ = std::chrono::steady_clock::now() + std::chrono::duration_cast<std::chrono::steady_clock::duration>(
-                                                     std::chrono::duration<double>(seconds));
+    hideAt_ = std::chrono::steady_clock::now() +
+              std::chrono::duration_cast<std::chrono::steady_clock::duration>(std::chrono::duration<double>(seconds));
     pending_ = true;
   }
   wake_.notify_all();

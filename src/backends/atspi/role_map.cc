@@ -95,10 +95,13 @@ AxRole mapRole(std::uint32_t role, const RoleContext& context) {
     return {"AXPopUpButton", "", N::title, true};
   }
   if (role == ATSPI_ROLE_LANDMARK) {
-    static const std::pair<const char*, const char*> landmarks[] = {
-        {"navigation", "AXLandmarkNavigation"}, {"main", "AXLandmarkMain"},       {"banner", "AXLandmarkBanner"},
-        {"contentinfo", "AXLandmarkContentInfo"}, {"complementary", "AXLandmarkComplementary"},
-        {"search", "AXLandmarkSearch"},         {"region", "AXLandmarkRegion"}};
+    static const std::pair<const char*, const char*> landmarks[] = {{"navigation", "AXLandmarkNavigation"},
+                                                                    {"main", "AXLandmarkMain"},
+                                                                    {"banner", "AXLandmarkBanner"},
+                                                                    {"contentinfo", "AXLandmarkContentInfo"},
+                                                                    {"complementary", "AXLandmarkComplementary"},
+                                                                    {"search", "AXLandmarkSearch"},
+                                                                    {"region", "AXLandmarkRegion"}};
     for (auto [aria, subrole] : landmarks)
       if (contains(context.xmlRoles, aria)) return {"AXGroup", subrole, N::description};
     return {"AXGroup", "", N::description};
@@ -111,8 +114,8 @@ AxRole mapRole(std::uint32_t role, const RoleContext& context) {
 
 bool isControl(std::string_view r) {
   return r == "AXButton" || r == "AXLink" || r == "AXCheckBox" || r == "AXRadioButton" || r == "AXMenuItem" ||
-         r == "AXPopUpButton" || r == "AXMenuButton" || r == "AXTextField" || r == "AXTextArea" ||
-         r == "AXComboBox" || r == "AXSlider" || r == "AXIncrementor";
+         r == "AXPopUpButton" || r == "AXMenuButton" || r == "AXTextField" || r == "AXTextArea" || r == "AXComboBox" ||
+         r == "AXSlider" || r == "AXIncrementor";
 }
 
 bool mayHoldText(std::uint32_t role) {

@@ -20,7 +20,7 @@ struct AxRole {
   std::string role;     // e.g. "AXButton"
   std::string subrole;  // e.g. "AXSearchField"
   NamePlacement name = NamePlacement::description;
-  bool leaf = false;    // its text is its value, not text runs of its own
+  bool leaf = false;  // its text is its value, not text runs of its own
 };
 
 // Facts beyond the role that decide between AX roles.

@@ -80,7 +80,8 @@ void takeFirst(Node& n, const Reply& role, const Reply& state, const Reply& prop
       if (k == "Name") n.name = str(value);
       else if (k == "Description") n.description = str(value);
       else if (k == "Parent") n.parent = refIn(value);
-      else if (k == "ChildCount" && g_variant_is_of_type(value, G_VARIANT_TYPE_INT32)) n.childCount = g_variant_get_int32(value);
+      else if (k == "ChildCount" && g_variant_is_of_type(value, G_VARIANT_TYPE_INT32))
+        n.childCount = g_variant_get_int32(value);
       g_variant_unref(value);
     }
     g_variant_unref(dict);
@@ -183,7 +184,9 @@ std::vector<Node> read(Bus& bus, const std::vector<ObjectRef>& objects, ReadStat
         ask(i, Want::uri, call(o, "org.a11y.atspi.Hyperlink", "GetURI", g_variant_new("(i)", 0)));
         break;
       case ATSPI_ROLE_DOCUMENT_WEB:
-      case ATSPI_ROLE_DOCUMENT_FRAME: ask(i, Want::document, call(o, "org.a11y.atspi.Document", "GetAttributes")); break;
+      case ATSPI_ROLE_DOCUMENT_FRAME:
+        ask(i, Want::document, call(o, "org.a11y.atspi.Document", "GetAttributes"));
+        break;
       case ATSPI_ROLE_SLIDER:
       case ATSPI_ROLE_SPIN_BUTTON:
       case ATSPI_ROLE_PROGRESS_BAR:
@@ -248,11 +251,12 @@ std::vector<ObjectRef> matching(Bus& bus, const ObjectRef& root, const std::vect
       states.empty() ? ATSPI_Collection_MATCH_NONE : ATSPI_Collection_MATCH_ALL, g_variant_builder_end(&attrs),
       ATSPI_Collection_MATCH_NONE,
       g_variant_new_fixed_array(G_VARIANT_TYPE_INT32, roleWords, roles.empty() ? 0 : 4, sizeof(std::int32_t)),
-      roles.empty() ? ATSPI_Collection_MATCH_NONE : ATSPI_Collection_MATCH_ANY,
-      g_variant_new_strv(nullptr, 0), ATSPI_Collection_MATCH_NONE, FALSE);
-  Reply r = bus.call(call(root, "org.a11y.atspi.Collection", "GetMatches",
-                          g_variant_new("(@(aiia{ss}iaiiasib)uib)", rule, ATSPI_Collection_SORT_ORDER_CANONICAL, count, TRUE)),
-                     30);
+      roles.empty() ? ATSPI_Collection_MATCH_NONE : ATSPI_Collection_MATCH_ANY, g_variant_new_strv(nullptr, 0),
+      ATSPI_Collection_MATCH_NONE, FALSE);
+  Reply r = bus.call(
+      call(root, "org.a11y.atspi.Collection", "GetMatches",
+           g_variant_new("(@(aiia{ss}iaiiasib)uib)", rule, ATSPI_Collection_SORT_ORDER_CANONICAL, count, TRUE)),
+      30);
   GVariant* list = r.first();
   auto out = refsIn(list);
   if (list) g_variant_unref(list);

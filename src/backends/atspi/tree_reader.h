@@ -18,18 +18,18 @@ namespace skimlet::atspi {
 
 struct Node {
   ObjectRef ref;
-  bool answered = false;  // false: the object is gone or did not answer
+  bool answered = false;   // false: the object is gone or did not answer
   std::uint32_t role = 0;  // AtspiRole
   States states;
   std::string name, description;
   ObjectRef parent;
   int childCount = 0;
-  std::optional<Rect> frame;  // screen coordinates; none when unknown
-  std::optional<std::string> text;  // the Text interface's content, when it has one
+  std::optional<Rect> frame;                            // screen coordinates; none when unknown
+  std::optional<std::string> text;                      // the Text interface's content, when it has one
   std::string level, placeholder, inputType, xmlRoles;  // object attributes
-  std::string url;          // a link's target, a document's address
-  std::string firstAction;  // the name of its first action
-  std::optional<double> value;  // the Value interface's current value
+  std::string url;                                      // a link's target, a document's address
+  std::string firstAction;                              // the name of its first action
+  std::optional<double> value;                          // the Value interface's current value
   std::vector<ObjectRef> children;
   bool childrenKnown = false;
 };
@@ -48,8 +48,7 @@ namespace TreeReader {
 
 // The facts of each object, in the given order. With `settle`, extents the browser does not know
 // yet are asked again (a page that has just loaded); the browser's own controls need not be.
-std::vector<Node> read(Bus& bus, const std::vector<ObjectRef>& objects, ReadStats* stats = nullptr,
-                       bool settle = true);
+std::vector<Node> read(Bus& bus, const std::vector<ObjectRef>& objects, ReadStats* stats = nullptr, bool settle = true);
 // The object and all its descendants in document order, each with its children listed: the
 // node list comes from one Collection.GetMatches call.
 std::vector<Node> subtree(Bus& bus, const ObjectRef& root, ReadStats* stats = nullptr);

@@ -2,15 +2,15 @@
 // process group and with a throw-away profile, so that shutting it down leaves nothing behind.
 #pragma once
 
+#include <sys/types.h>
 #include <string>
 #include <vector>
-#include <sys/types.h>
 
 namespace skimlet::chromium {
 
 struct LaunchOptions {
-  std::string executable;   // empty: $SKIMLET_CHROMIUM, else the usual install locations
-  bool visible = false;     // a real window; only honoured when a display is available
+  std::string executable;  // empty: $SKIMLET_CHROMIUM, else the usual install locations
+  bool visible = false;    // a real window; only honoured when a display is available
   int windowWidth = 1200;
   int windowHeight = 800;
 };

@@ -7,8 +7,8 @@
 
 namespace skimlet::chromium {
 
-using ax::Error;
 using ax::ElementRef;
+using ax::Error;
 using ax::Value;
 using Kind = LiveElement::Kind;
 
@@ -136,7 +136,8 @@ Value ChromiumAx::read(const LiveElement& e, std::string_view name) {
         std::vector<ElementRef> children{LiveElement::make(Kind::tabGroup), LiveElement::make(Kind::toolbar)};
         auto tab = browser_.activeTab();
         const PageTree& page = browser_.page();
-        if (tab && !page.nodes.empty()) children.push_back(LiveElement::make(Kind::page, tab->targetId, page.nodes[0].key));
+        if (tab && !page.nodes.empty())
+          children.push_back(LiveElement::make(Kind::page, tab->targetId, page.nodes[0].key));
         return children;
       }
       if (name == "AXParent") return LiveElement::make(Kind::application, "", browser_.pid());
@@ -244,7 +245,8 @@ Value ChromiumAx::readNode(const LiveElement& e, const PageTree& page, const Pag
   if (name == "AXSize") return n.frame ? Value(Size{n.frame->width, n.frame->height}) : missing(Error::noValue);
   if (name == "AXChildren") {
     std::vector<ElementRef> children;
-    for (int c : n.children) children.push_back(LiveElement::make(Kind::page, e.target, page.nodes[static_cast<size_t>(c)].key));
+    for (int c : n.children)
+      children.push_back(LiveElement::make(Kind::page, e.target, page.nodes[static_cast<size_t>(c)].key));
     return children;
   }
   if (name == "AXParent") {
@@ -309,8 +311,7 @@ Error ChromiumAx::isAttributeSettable(const ElementRef& element, std::string_vie
   try {
     Value probe = read(*e, "AXRole");
     if (std::holds_alternative<ax::Failed>(probe)) return std::get<ax::Failed>(probe).error;
-    if (e->kind == Kind::application)
-      settable = name == "AXManualAccessibility" || name == "AXEnhancedUserInterface";
+    if (e->kind == Kind::application) settable = name == "AXManualAccessibility" || name == "AXEnhancedUserInterface";
     else if (e->kind == Kind::page) {
       const PageNode* n = browser_.page().find(e->key);
       if (!n) return Error::invalidUIElement;
@@ -474,8 +475,8 @@ Error ChromiumAx::pressPageNode(const PageNode& node) {
     Json down = base, up = base;
     down["type"] = "mousePressed";
     up["type"] = "mouseReleased";
-    browser_.tabCalls({{"Input.dispatchMouseEvent", moved}, {"Input.dispatchMouseEvent", down},
-                       {"Input.dispatchMouseEvent", up}});
+    browser_.tabCalls(
+        {{"Input.dispatchMouseEvent", moved}, {"Input.dispatchMouseEvent", down}, {"Input.dispatchMouseEvent", up}});
   } else {
     browser_.callOnNode(key, "function() { this.click(); }");
   }
@@ -500,7 +501,9 @@ Error ChromiumAx::scroll(const LiveElement& e, std::string_view action) {
 
 ElementRef ChromiumAx::chromeElementAt(Point at) {
   auto turn = browser_.take();
-  auto inside = [&](const Rect& r) { return at.x >= r.x && at.y >= r.y && at.x < r.x + r.width && at.y < r.y + r.height; };
+  auto inside = [&](const Rect& r) {
+    return at.x >= r.x && at.y >= r.y && at.x < r.x + r.width && at.y < r.y + r.height;
+  };
   auto frameOf = [&](const LiveElement& e) -> std::optional<Rect> {
     Value p = read(e, "AXPosition"), s = read(e, "AXSize");
     if (!std::holds_alternative<Point>(p) || !std::holds_alternative<Size>(s)) return std::nullopt;

@@ -3,9 +3,9 @@
 // would let Skimlet do it.
 #pragma once
 
-#include "effects/event_log.h"
 #include "backends/chromium/live_browser.h"
 #include "backends/chromium/live_element.h"
+#include "effects/event_log.h"
 #include "platform/ax.h"
 
 namespace skimlet::chromium {

@@ -14,12 +14,11 @@ constexpr std::uint64_t kModifierMask = keyflags::command | keyflags::control | 
 // The ANSI layout's letter, digit and punctuation keys by macOS virtual key code.
 const std::unordered_map<std::uint16_t, char>& characterKeys() {
   static const std::unordered_map<std::uint16_t, char> keys = {
-      {0, 'a'},  {1, 's'},  {2, 'd'},  {3, 'f'},  {4, 'h'},  {5, 'g'},  {6, 'z'},  {7, 'x'},  {8, 'c'},
-      {9, 'v'},  {11, 'b'}, {12, 'q'}, {13, 'w'}, {14, 'e'}, {15, 'r'}, {16, 'y'}, {17, 't'}, {18, '1'},
-      {19, '2'}, {20, '3'}, {21, '4'}, {22, '6'}, {23, '5'}, {24, '='}, {25, '9'}, {26, '7'}, {27, '-'},
-      {28, '8'}, {29, '0'}, {30, ']'}, {31, 'o'}, {32, 'u'}, {33, '['}, {34, 'i'}, {35, 'p'}, {37, 'l'},
-      {38, 'j'}, {39, '\''}, {40, 'k'}, {41, ';'}, {42, '\\'}, {43, ','}, {44, '/'}, {45, 'n'}, {46, 'm'},
-      {47, '.'}, {50, '`'}, {49, ' '}};
+      {0, 'a'},   {1, 's'},  {2, 'd'},  {3, 'f'},  {4, 'h'},  {5, 'g'},  {6, 'z'},  {7, 'x'},   {8, 'c'},  {9, 'v'},
+      {11, 'b'},  {12, 'q'}, {13, 'w'}, {14, 'e'}, {15, 'r'}, {16, 'y'}, {17, 't'}, {18, '1'},  {19, '2'}, {20, '3'},
+      {21, '4'},  {22, '6'}, {23, '5'}, {24, '='}, {25, '9'}, {26, '7'}, {27, '-'}, {28, '8'},  {29, '0'}, {30, ']'},
+      {31, 'o'},  {32, 'u'}, {33, '['}, {34, 'i'}, {35, 'p'}, {37, 'l'}, {38, 'j'}, {39, '\''}, {40, 'k'}, {41, ';'},
+      {42, '\\'}, {43, ','}, {44, '/'}, {45, 'n'}, {46, 'm'}, {47, '.'}, {50, '`'}, {49, ' '}};
   return keys;
 }
 
@@ -27,9 +26,9 @@ std::string codeFor(char c) {
   if (c >= 'a' && c <= 'z') return std::string("Key") + static_cast<char>(c - 'a' + 'A');
   if (c >= '0' && c <= '9') return std::string("Digit") + c;
   static const std::unordered_map<char, std::string> punctuation = {
-      {'=', "Equal"},     {'-', "Minus"}, {']', "BracketRight"}, {'[', "BracketLeft"}, {'\'', "Quote"},
-      {';', "Semicolon"}, {'\\', "Backslash"}, {',', "Comma"},    {'/', "Slash"},       {'.', "Period"},
-      {'`', "Backquote"}, {' ', "Space"}};
+      {'=', "Equal"},  {'-', "Minus"},     {']', "BracketRight"}, {'[', "BracketLeft"},
+      {'\'', "Quote"}, {';', "Semicolon"}, {'\\', "Backslash"},   {',', "Comma"},
+      {'/', "Slash"},  {'.', "Period"},    {'`', "Backquote"},    {' ', "Space"}};
   auto it = punctuation.find(c);
   return it == punctuation.end() ? "" : it->second;
 }
@@ -103,8 +102,12 @@ void ChromiumInput::keyEvent(const DomKey& key, std::uint64_t flags, const std::
                {"nativeVirtualKeyCode", key.keyCode}};
   if (typesText) down["text"] = down["unmodifiedText"] = key.text;
   if (!command.empty()) down["commands"] = Json::array({command});
-  Json up = {{"type", "keyUp"},         {"modifiers", modifiers},          {"key", key.key},
-             {"code", key.code},        {"windowsVirtualKeyCode", key.keyCode}, {"nativeVirtualKeyCode", key.keyCode}};
+  Json up = {{"type", "keyUp"},
+             {"modifiers", modifiers},
+             {"key", key.key},
+             {"code", key.code},
+             {"windowsVirtualKeyCode", key.keyCode},
+             {"nativeVirtualKeyCode", key.keyCode}};
   browser_.tabCalls({{"Input.dispatchKeyEvent", down}, {"Input.dispatchKeyEvent", up}});
 }
 
@@ -153,7 +156,10 @@ bool ChromiumInput::browserShortcut(std::uint16_t virtualKey, std::uint64_t flag
       // The last tab's Command-W closes the window; Skimlet keeps its session's window open.
       if (browser_.tabs().size() > 1) browser_.closeActiveTab();
       return true;
-    case keycode::a: keyEvent(*domKeyFor(keycode::a, false), flags, "selectAll"); browser_.changed(false); return true;
+    case keycode::a:
+      keyEvent(*domKeyFor(keycode::a, false), flags, "selectAll");
+      browser_.changed(false);
+      return true;
     case keycode::c: {
       std::string text = selectedText();
       if (!text.empty()) pasteboard_.setString(text);
@@ -174,7 +180,10 @@ bool ChromiumInput::browserShortcut(std::uint16_t virtualKey, std::uint64_t flag
       browser_.changed(false);
       return true;
     }
-    case keycode::z: keyEvent(*domKeyFor(keycode::z, false), flags, "undo"); browser_.changed(false); return true;
+    case keycode::z:
+      keyEvent(*domKeyFor(keycode::z, false), flags, "undo");
+      browser_.changed(false);
+      return true;
     default: return false;
   }
 }
@@ -229,8 +238,8 @@ bool ChromiumInput::postMouseClick(Point at) {
       down["type"] = "mousePressed";
       up["type"] = "mouseReleased";
       Json moved = {{"type", "mouseMoved"}, {"x", at.x - view.x}, {"y", at.y - view.y}};
-      browser_.tabCalls({{"Input.dispatchMouseEvent", moved}, {"Input.dispatchMouseEvent", down},
-                         {"Input.dispatchMouseEvent", up}});
+      browser_.tabCalls(
+          {{"Input.dispatchMouseEvent", moved}, {"Input.dispatchMouseEvent", down}, {"Input.dispatchMouseEvent", up}});
       browser_.changed(true);
     } else if (auto element = ax_.chromeElementAt(at)) {
       // The browser's own bands: the click lands on a tab or a toolbar button.

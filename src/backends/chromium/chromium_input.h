@@ -8,8 +8,8 @@
 #include <string>
 
 #include "backends/chromium/chromium_ax.h"
-#include "effects/event_log.h"
 #include "backends/chromium/live_browser.h"
+#include "effects/event_log.h"
 #include "platform/input_events.h"
 #include "platform/pasteboard.h"
 

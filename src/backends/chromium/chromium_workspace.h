@@ -2,8 +2,8 @@
 // application and always in front; URLs open in new tabs of it.
 #pragma once
 
-#include "effects/event_log.h"
 #include "backends/chromium/live_browser.h"
+#include "effects/event_log.h"
 #include "platform/workspace.h"
 
 namespace skimlet::chromium {

@@ -9,9 +9,7 @@ namespace skimlet::chromium {
 
 namespace {
 
-double now() {
-  return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
-}
+double now() { return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count(); }
 
 std::string withoutFragment(const std::string& url) { return url.substr(0, url.find('#')); }
 
@@ -192,7 +190,8 @@ std::string LiveBrowser::titleOf(const std::string& targetId) {
   } else {
     // Background tabs are not re-read; their own document knows its title.
     try {
-      Json r = cdp_->call("Runtime.evaluate", {{"expression", "document.title"}, {"returnByValue", true}}, tab->sessionId, 2);
+      Json r = cdp_->call("Runtime.evaluate", {{"expression", "document.title"}, {"returnByValue", true}},
+                          tab->sessionId, 2);
       title = r["result"].value("value", "");
     } catch (const CdpError&) {
       title = tab->title;
@@ -219,7 +218,8 @@ void LiveBrowser::waitUntilReady(const std::string& targetId, double timeout) {
     Tab* tab = find(targetId);
     if (!tab) return;
     try {
-      Json r = cdp_->call("Runtime.evaluate", {{"expression", "document.readyState + '|' + location.href"}, {"returnByValue", true}},
+      Json r = cdp_->call("Runtime.evaluate",
+                          {{"expression", "document.readyState + '|' + location.href"}, {"returnByValue", true}},
                           tab->sessionId, 2.0);
       std::string state = r["result"].value("value", "");
       if (state.rfind("complete|", 0) == 0 && state != "complete|about:blank") return;

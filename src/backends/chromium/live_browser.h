@@ -120,7 +120,7 @@ class LiveBrowser {
   std::vector<Tab> tabs_;
   std::string active_;
   std::vector<std::string> openedByPage_;  // tabs the page opened, still loading when noticed
-  double polledAt_ = -1;  // when the pipe was last looked at for events
+  double polledAt_ = -1;                   // when the pipe was last looked at for events
 
   std::unique_ptr<PageCache> pages_;  // made with the pipe it reads through
 };

@@ -24,10 +24,11 @@ constexpr const char* kFocusedValue = R"JS((() => {
 }  // namespace
 
 nlohmann::ordered_json toJson(const PageState& state) {
-  return {{"url", state.url},
-          {"title", state.title},
-          {"tabs", state.tabs},
-          {"focusedValue", state.focusedValue ? nlohmann::ordered_json(*state.focusedValue) : nlohmann::ordered_json()}};
+  return {
+      {"url", state.url},
+      {"title", state.title},
+      {"tabs", state.tabs},
+      {"focusedValue", state.focusedValue ? nlohmann::ordered_json(*state.focusedValue) : nlohmann::ordered_json()}};
 }
 
 bool LiveSession::available() { return !BrowserProcess::findExecutable().empty(); }

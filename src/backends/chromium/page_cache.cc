@@ -209,8 +209,8 @@ bool PageCache::follow(const Tab& tab, Entry& c, const Json& now) {
   if (now[kFocus] != was[kFocus]) {
     // Only which node has the focus changed. A node past what was read would have to be read
     // into the tree, which must not grow under a caller holding one of its nodes: read anew.
-    Json active = cdp_.call("Runtime.evaluate", {{"expression", kActiveElement}, {"objectGroup", "skimlet"}},
-                             tab.sessionId);
+    Json active =
+        cdp_.call("Runtime.evaluate", {{"expression", kActiveElement}, {"objectGroup", "skimlet"}}, tab.sessionId);
     int index = -1;
     if (active.contains("result") && active["result"].contains("objectId")) {
       Json described = cdp_.call("DOM.describeNode", {{"objectId", active["result"]["objectId"]}}, tab.sessionId);
@@ -225,7 +225,7 @@ bool PageCache::follow(const Tab& tab, Entry& c, const Json& now) {
 }
 
 void PageCache::fetch(const std::string& session, PageTreeReader& reader, const std::vector<std::string>& first,
-                        std::size_t until) {
+                      std::size_t until) {
   std::deque<std::pair<int, std::string>> inFlight;
   std::size_t next = 0;
   for (;;) {
@@ -234,8 +234,7 @@ void PageCache::fetch(const std::string& session, PageTreeReader& reader, const 
       if (next < first.size()) {
         id = first[next++];
         reader.asking(*id);
-      }
-      else if (reader.exposedCount() < until) id = reader.nextToFetch();
+      } else if (reader.exposedCount() < until) id = reader.nextToFetch();
       if (!id) break;
       inFlight.emplace_back(cdp_.send("Accessibility.getChildAXNodes", {{"id", *id}}, session), std::move(*id));
     }
@@ -274,7 +273,8 @@ void PageCache::reach(const std::string& session, PageTreeReader& reader, const 
   for (auto it = nodes.rbegin(); it != nodes.rend(); ++it) {
     int index = reader.indexOf(nodeIdOf(*it));
     if (index < 0) continue;
-    for (int round = 0; round < 100 && !reader.expand(index); ++round) fetch(session, reader, reader.missingFor(index), 0);
+    for (int round = 0; round < 100 && !reader.expand(index); ++round)
+      fetch(session, reader, reader.missingFor(index), 0);
   }
 }
 
@@ -345,7 +345,8 @@ void PageCache::refresh(const Tab& tab) {
   PageTree& tree = reader.tree();
   if (tree.url.empty()) tree.url = tab.url;
   if (tree.title.empty()) tree.title = tab.title;
-  c.generation = genR.contains("result") && genR["result"].contains("value") ? std::move(genR["result"]["value"]) : Json();
+  c.generation =
+      genR.contains("result") && genR["result"].contains("value") ? std::move(genR["result"]["value"]) : Json();
   c.check = false;
   c.valid = true;
 }

@@ -38,8 +38,9 @@ DomIndex indexSnapshot(const Json& snapshot) {
   auto str = [&](const Json& idx) -> const std::string& {
     if (!idx.is_number_integer()) return none;
     int i = idx.get<int>();
-    return i >= 0 && i < static_cast<int>(strings.size()) && strings[i].is_string() ? strings[i].get_ref<const std::string&>()
-                                                                                     : none;
+    return i >= 0 && i < static_cast<int>(strings.size()) && strings[i].is_string()
+               ? strings[i].get_ref<const std::string&>()
+               : none;
   };
   const Json& doc = snapshot["documents"][0];  // the main frame; frames below are not read
   out.scrollX = doc.value("scrollOffsetX", 0.0);
@@ -129,8 +130,9 @@ const Json* inner(const Json& node, const char* key) {
 
 const std::unordered_set<std::string_view>& clickableRoles() {
   static const std::unordered_set<std::string_view> roles = {
-      "AXButton",  "AXLink",      "AXCheckBox", "AXRadioButton",        "AXMenuItem",      "AXPopUpButton",
-      "AXMenuButton", "AXDisclosureTriangle", "AXTab", "AXSwitch", "AXToolbarButton"};
+      "AXButton",   "AXLink",        "AXCheckBox",     "AXRadioButton",
+      "AXMenuItem", "AXPopUpButton", "AXMenuButton",   "AXDisclosureTriangle",
+      "AXTab",      "AXSwitch",      "AXToolbarButton"};
   return roles;
 }
 
@@ -148,7 +150,8 @@ bool opaque(const Json& n) {
 bool exposed(const Json& n) {
   if (n.value("ignored", false)) return false;
   const Json* roleValue = inner(n, "role");
-  return !roleValue || !roleValue->is_string() || !mapRole(roleValue->get_ref<const std::string&>(), RoleContext{}).role.empty();
+  return !roleValue || !roleValue->is_string() ||
+         !mapRole(roleValue->get_ref<const std::string&>(), RoleContext{}).role.empty();
 }
 
 bool hasChildren(const Json& n) {
@@ -322,7 +325,6 @@ void PageTreeReader::addChildren(const Json& n, int parent) {
     if (const Json* child = raw(id.get_ref<const std::string&>())) add(*child, parent);
   }
 }
-
 
 void PageTreeReader::add(const Json& n, int parent) {
   const DomIndex& domIndex = dom_->index;

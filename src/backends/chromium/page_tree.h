@@ -37,7 +37,7 @@ struct PageNode {
   bool secure = false;
   bool pressable = false;
   bool pinned = false;  // fixed in the viewport (position: fixed, or inside such a box)
-  std::string tag;  // the DOM element's tag name, upper case; empty for text and pseudo nodes
+  std::string tag;      // the DOM element's tag name, upper case; empty for text and pseudo nodes
 };
 
 struct PageTree {
@@ -122,10 +122,10 @@ class PageTreeReader {
   Rect viewport_;
   std::vector<std::unique_ptr<nlohmann::json>> answers_;  // owners of the nodes below
   std::unordered_map<std::string, const nlohmann::json*> byId_;
-  std::unordered_set<std::string> asked_;    // nodes whose children were asked for
-  std::unordered_set<std::string> fetched_;  // nodes whose children arrived (or never will)
+  std::unordered_set<std::string> asked_;                    // nodes whose children were asked for
+  std::unordered_set<std::string> fetched_;                  // nodes whose children arrived (or never will)
   std::unordered_map<std::string, std::vector<int>> paths_;  // child positions from the root
-  std::map<std::vector<int>, std::string> toFetch_;        // document order is path order
+  std::map<std::vector<int>, std::string> toFetch_;          // document order is path order
   std::unordered_map<int, const nlohmann::json*> pending_;
   std::unordered_map<std::string, int> indexById_;
   const nlohmann::json* root_ = nullptr;

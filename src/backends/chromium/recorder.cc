@@ -10,9 +10,9 @@ using Json = nlohmann::json;
 
 namespace {
 
-const std::array<std::string, 13> kAttributes = {"AXRole",   "AXSubrole",     "AXTitle",  "AXValue", "AXDescription",
-                                                 "AXHelp",   "AXPlaceholderValue", "AXURL", "AXPosition",
-                                                 "AXSize",   "AXEnabled",     "AXHidden", "AXChildren"};
+const std::array<std::string, 13> kAttributes = {
+    "AXRole", "AXSubrole",  "AXTitle", "AXValue",   "AXDescription", "AXHelp",    "AXPlaceholderValue",
+    "AXURL",  "AXPosition", "AXSize",  "AXEnabled", "AXHidden",      "AXChildren"};
 
 std::string text(const ax::Value& v) {
   if (auto* s = std::get_if<std::string>(&v)) return *s;

@@ -13,7 +13,7 @@ struct AxRole {
   std::string role;     // e.g. "AXButton"; empty: the node is not exposed (its subtree neither)
   std::string subrole;  // e.g. "AXSearchField"
   NamePlacement name = NamePlacement::description;
-  bool leaf = false;    // whether the node's children are part of the control, not exposed
+  bool leaf = false;  // whether the node's children are part of the control, not exposed
 };
 
 // Facts from the DOM that decide between roles Chromium reports alike.
@@ -21,7 +21,7 @@ struct RoleContext {
   std::string_view tagName;    // upper case, e.g. "INPUT"
   std::string_view inputType;  // the type attribute, lower case
   bool multiline = false;
-  bool editable = false;       // an editable combobox is a text field, a <select> is not
+  bool editable = false;  // an editable combobox is a text field, a <select> is not
 };
 
 AxRole mapRole(std::string_view cdpRole, const RoleContext& context);

@@ -3,8 +3,8 @@
 // browser's process group and delete its profile, then end Skimlet as the signal would have.
 #pragma once
 
-#include <string>
 #include <sys/types.h>
+#include <string>
 
 namespace skimlet::chromium {
 

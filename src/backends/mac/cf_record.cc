@@ -32,29 +32,20 @@ ax::Value toValue(const CFRecord& r) {
   using K = CFRecord::Kind;
   switch (r.kind) {
     case K::string:
-    case K::attributedString:
-      return r.text;
-    case K::number:
-      return r.number;
-    case K::boolean:
-      return r.flag;
-    case K::point:
-      return r.point;
-    case K::size:
-      return r.size;
-    case K::axError:
-      return ax::Failed{static_cast<ax::Error>(r.error)};
-    case K::url:
-      return ax::Url{r.text};
+    case K::attributedString: return r.text;
+    case K::number: return r.number;
+    case K::boolean: return r.flag;
+    case K::point: return r.point;
+    case K::size: return r.size;
+    case K::axError: return ax::Failed{static_cast<ax::Error>(r.error)};
+    case K::url: return ax::Url{r.text};
     case K::element:
       if (r.element) return r.element;
       return std::monostate{};
-    case K::array:
-      return arrayValue(r.items);
+    case K::array: return arrayValue(r.items);
     case K::null:
     case K::otherAXValue:
-    case K::other:
-      break;
+    case K::other: break;
   }
   return std::monostate{};
 }

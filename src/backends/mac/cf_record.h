@@ -35,8 +35,8 @@ struct CFRecord {
   bool flag = false;
   Point point;
   Size size;
-  int error = 0;             // the AXError code of an axError
-  ax::ElementRef element;    // wraps the retained AXUIElement
+  int error = 0;           // the AXError code of an axError
+  ax::ElementRef element;  // wraps the retained AXUIElement
   std::vector<CFRecord> items;
 };
 

@@ -9,8 +9,28 @@ namespace skimlet::memory {
 namespace {
 
 enum class Attr {
-  role, subrole, title, description, help, placeholder, value, url, position, size, enabled, hidden, focused,
-  children, parent, window, topLevel, focusedWindow, mainWindow, windows, focusedUIElement, other
+  role,
+  subrole,
+  title,
+  description,
+  help,
+  placeholder,
+  value,
+  url,
+  position,
+  size,
+  enabled,
+  hidden,
+  focused,
+  children,
+  parent,
+  window,
+  topLevel,
+  focusedWindow,
+  mainWindow,
+  windows,
+  focusedUIElement,
+  other
 };
 
 Attr attrOf(std::string_view name) {

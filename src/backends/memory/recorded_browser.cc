@@ -96,20 +96,20 @@ RecordedBrowser::RecordedBrowser(Recording recording) {
 
 void RecordedBrowser::build(const Node& node, LiveNode* parent) {
   LiveNode& n = state_.nodes.emplace_back(LiveNode{.role = node.role,
-                                                    .subrole = node.subrole,
-                                                    .title = node.title,
-                                                    .description = node.description,
-                                                    .help = node.help,
-                                                    .placeholder = node.placeholder,
-                                                    .url = node.url,
-                                                    .frame = node.frame,
-                                                    .enabled = node.enabled,
-                                                    .hidden = node.hidden,
-                                                    .actions = node.actions,
-                                                    .settable = node.valueSettable(),
-                                                    .keystrokes = node.keystrokes,
-                                                    .pressError = node.pressError,
-                                                    .parent = parent});
+                                                   .subrole = node.subrole,
+                                                   .title = node.title,
+                                                   .description = node.description,
+                                                   .help = node.help,
+                                                   .placeholder = node.placeholder,
+                                                   .url = node.url,
+                                                   .frame = node.frame,
+                                                   .enabled = node.enabled,
+                                                   .hidden = node.hidden,
+                                                   .actions = node.actions,
+                                                   .settable = node.valueSettable(),
+                                                   .keystrokes = node.keystrokes,
+                                                   .pressError = node.pressError,
+                                                   .parent = parent});
   if (node.value) std::visit([&](const auto& v) { n.value = v; }, *node.value);
   n.ref = ax::ElementRef(std::make_shared<NodeHandle>(&state_, &n));
   if (node.focused) state_.focused = &n;

@@ -8,12 +8,27 @@
 namespace skimlet::memory {
 namespace {
 
-enum Attr { kRole, kSubrole, kTitle, kDescription, kHelp, kPlaceholder, kValue, kURL, kPosition, kSize, kEnabled, kHidden, kChildren, kCount };
+enum Attr {
+  kRole,
+  kSubrole,
+  kTitle,
+  kDescription,
+  kHelp,
+  kPlaceholder,
+  kValue,
+  kURL,
+  kPosition,
+  kSize,
+  kEnabled,
+  kHidden,
+  kChildren,
+  kCount
+};
 
 const std::array<std::string, kCount>& names() {
   static const std::array<std::string, kCount> n = {
-      "AXRole", "AXSubrole", "AXTitle",  "AXDescription", "AXHelp",   "AXPlaceholderValue", "AXValue",
-      "AXURL",  "AXPosition", "AXSize", "AXEnabled",     "AXHidden", "AXChildren"};
+      "AXRole", "AXSubrole",  "AXTitle", "AXDescription", "AXHelp",   "AXPlaceholderValue", "AXValue",
+      "AXURL",  "AXPosition", "AXSize",  "AXEnabled",     "AXHidden", "AXChildren"};
   return n;
 }
 
@@ -89,7 +104,8 @@ std::optional<Recording> record(ax::Api& ax, const RunningApp& app, bool front, 
   if (!window) window = element(AX::attribute(ax, application, "AXMainWindow"));
   if (!window) {
     ax::Value list = AX::attribute(ax, application, "AXWindows");
-    if (auto windows = std::get_if<std::vector<ax::ElementRef>>(&list); windows && !windows->empty() && windows->front())
+    if (auto windows = std::get_if<std::vector<ax::ElementRef>>(&list);
+        windows && !windows->empty() && windows->front())
       window = windows->front();
   }
   if (!window) return std::nullopt;

@@ -22,7 +22,6 @@ Node recordTree(ax::Api& ax, const ax::ElementRef& root, const RecordLimits& lim
 
 // The application's window (focused, else main, else the first) with its focused element marked;
 // none when the application has no window. `front` is stored as given.
-std::optional<Recording> record(ax::Api& ax, const RunningApp& app, bool front = true,
-                                const RecordLimits& limits = {});
+std::optional<Recording> record(ax::Api& ax, const RunningApp& app, bool front = true, const RecordLimits& limits = {});
 
 }  // namespace skimlet::memory

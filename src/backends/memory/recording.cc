@@ -67,8 +67,12 @@ Node parseNode(const json& j, const Where& where, int depth, std::string& focuse
     auto it = j.find(key);
     return it == j.end() || it->is_null() ? nullptr : &*it;
   };
-  for (auto [key, out] : {std::pair{"role", &n.role}, {"subrole", &n.subrole}, {"title", &n.title},
-                          {"description", &n.description}, {"help", &n.help}, {"placeholder", &n.placeholder}}) {
+  for (auto [key, out] : {std::pair{"role", &n.role},
+                          {"subrole", &n.subrole},
+                          {"title", &n.title},
+                          {"description", &n.description},
+                          {"help", &n.help},
+                          {"placeholder", &n.placeholder}}) {
     if (auto v = field(key)) *out = text(*v, where.member(key));
   }
   if (auto v = field("value")) {
@@ -105,14 +109,16 @@ Node parseNode(const json& j, const Where& where, int depth, std::string& focuse
   if (auto v = field("keystrokes")) n.keystrokes = boolean(*v, where.member("keystrokes"));
   if (auto v = field("pressError")) {
     // Error codes are 32-bit; anything wider would wrap into some other code.
-    if (!v->is_number_integer() || !fitsInt32(*v)) fail(where.member("pressError"), "expected an error code such as -25202");
+    if (!v->is_number_integer() || !fitsInt32(*v))
+      fail(where.member("pressError"), "expected an error code such as -25202");
     n.pressError = v->get<int>();
   }
   if (auto v = field("children")) {
     const Where at = where.member("children");
     if (!v->is_array()) fail(at, "expected a list of nodes");
     n.children.reserve(v->size());
-    for (std::size_t i = 0; i < v->size(); ++i) n.children.push_back(parseNode((*v)[i], at.element(i), depth + 1, focusedAt));
+    for (std::size_t i = 0; i < v->size(); ++i)
+      n.children.push_back(parseNode((*v)[i], at.element(i), depth + 1, focusedAt));
   }
   return n;
 }
@@ -126,8 +132,10 @@ Recording parseRecording(const json& j) {
   if (app == j.end()) fail("app", "missing");
   if (!app->is_object()) fail("app", "expected an object with name, bundleID and pid");
   if (auto v = app->find("name"); v != app->end() && !v->is_null()) r.app.name = text(*v, Where{nullptr, "app.name"});
-  if (auto v = app->find("bundleID"); v != app->end() && !v->is_null()) r.app.bundleID = text(*v, Where{nullptr, "app.bundleID"});
-  if (auto v = app->find("bundlePath"); v != app->end() && !v->is_null()) r.app.bundlePath = text(*v, Where{nullptr, "app.bundlePath"});
+  if (auto v = app->find("bundleID"); v != app->end() && !v->is_null())
+    r.app.bundleID = text(*v, Where{nullptr, "app.bundleID"});
+  if (auto v = app->find("bundlePath"); v != app->end() && !v->is_null())
+    r.app.bundlePath = text(*v, Where{nullptr, "app.bundlePath"});
   if (auto v = app->find("pid"); v != app->end() && !v->is_null()) {
     // Process ids are 32-bit, and the replayed Finder takes the next one.
     if (!v->is_number_integer() || !fitsInt32(*v) || v->get<long long>() <= 0 ||
@@ -166,7 +174,8 @@ Recording loadRecording(const std::string& path) {
   while (data.size() <= kMaxRecordingBytes && in.read(chunk, sizeof chunk).gcount() > 0)
     data.append(chunk, static_cast<size_t>(in.gcount()));
   if (data.size() > kMaxRecordingBytes)
-    throw RecordingError(path + ": larger than " + std::to_string(kMaxRecordingBytes >> 20) + " MB, too large for a recorded page");
+    throw RecordingError(path + ": larger than " + std::to_string(kMaxRecordingBytes >> 20) +
+                         " MB, too large for a recorded page");
   if (in.bad()) throw RecordingError(path + ": cannot read the file");
   try {
     return parseRecording(std::string_view(data));

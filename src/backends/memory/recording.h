@@ -28,15 +28,15 @@ struct Node {
   std::string help;
   std::string placeholder;
   std::optional<NodeValue> value;
-  std::optional<std::string> url;    // "AXURL"
-  std::optional<Rect> frame;         // none: no "AXPosition" and no "AXSize"
-  std::optional<bool> enabled;       // none: "AXEnabled" is missing
-  std::optional<bool> hidden;        // none: "AXHidden" is missing
-  bool focused = false;              // the application's focused element
+  std::optional<std::string> url;  // "AXURL"
+  std::optional<Rect> frame;       // none: no "AXPosition" and no "AXSize"
+  std::optional<bool> enabled;     // none: "AXEnabled" is missing
+  std::optional<bool> hidden;      // none: "AXHidden" is missing
+  bool focused = false;            // the application's focused element
   std::vector<std::string> actions;
-  std::optional<bool> settable;      // whether "AXValue" can be set; none: by role
-  bool keystrokes = true;            // whether typed keys reach this field
-  std::optional<int> pressError;     // the error "AXPress" answers instead of succeeding
+  std::optional<bool> settable;   // whether "AXValue" can be set; none: by role
+  bool keystrokes = true;         // whether typed keys reach this field
+  std::optional<int> pressError;  // the error "AXPress" answers instead of succeeding
   std::vector<Node> children;
 
   // Whether "AXValue" can be set: as recorded, else true exactly for the text-input roles.
@@ -44,7 +44,7 @@ struct Node {
 };
 
 struct AppInfo {
-  std::string name;        // localized name; may be empty
+  std::string name;  // localized name; may be empty
   std::string bundleID;
   Pid pid = 1;
   std::string bundlePath;  // where the application lives; empty: "/Applications/<name>.app"
