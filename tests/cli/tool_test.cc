@@ -103,9 +103,12 @@ TEST(Tool, RunOnALivePageReportsTheBrowser) {
 TEST(Tool, ALiveRunEndedBySignalLeavesNoProfile) {
   if (!chromium::LiveSession::available()) GTEST_SKIP() << "no Chromium installed";
   namespace fs = std::filesystem;
-  auto profiles = [] {
+  // The run gets a temporary folder of its own: other tests start browsers at the same time.
+  const std::string tmp = testing::scratchDir();
+  ASSERT_FALSE(tmp.empty());
+  auto profiles = [&] {
     std::set<std::string> found;
-    for (const auto& e : fs::directory_iterator("/tmp"))
+    for (const auto& e : fs::directory_iterator(tmp))
       if (e.path().filename().string().rfind("skimlet-chromium-", 0) == 0) found.insert(e.path().string());
     return found;
   };
@@ -113,6 +116,7 @@ TEST(Tool, ALiveRunEndedBySignalLeavesNoProfile) {
   const pid_t child = ::fork();
   if (child == 0) {
     const std::string page = testing::sourcePath("tests/site/settings.html");
+    ::setenv("TMPDIR", tmp.c_str(), 1);
     ::execl(SKIMLET_TOOL, SKIMLET_TOOL, "run", "--url", page.c_str(), "scroll down", "scroll up", "scroll down",
             static_cast<char*>(nullptr));
     ::_exit(127);
@@ -129,6 +133,7 @@ TEST(Tool, ALiveRunEndedBySignalLeavesNoProfile) {
   int status = 0;
   ::waitpid(child, &status, 0);
   for (const auto& p : fresh) EXPECT_FALSE(fs::exists(p)) << p;
+  fs::remove_all(tmp);
 }
 #endif
 

@@ -58,10 +58,22 @@ BrowserProcess::BrowserProcess(const LaunchOptions& options) {
   std::string exe = findExecutable(options.executable);
   if (exe.empty()) throw std::runtime_error("Chromium is not installed (set SKIMLET_CHROMIUM to its path)");
 
-  char dirTemplate[] = "/tmp/skimlet-chromium-XXXXXX";
-  if (!::mkdtemp(dirTemplate)) throw std::runtime_error("cannot create a temporary browser profile");
-  profileDir_ = dirTemplate;
-  signalHandle_ = cleanUpOnSignal(profileDir_);
+  // The profile goes in the temporary folder ($TMPDIR, else /tmp). Ending signals wait while it is
+  // made and registered, so a Ctrl-C in between cannot leave it behind unregistered.
+  std::error_code ec;
+  std::string dirTemplate = (std::filesystem::temp_directory_path(ec) / "skimlet-chromium-XXXXXX").string();
+  if (ec) dirTemplate = "/tmp/skimlet-chromium-XXXXXX";
+  sigset_t ending, previous;
+  sigemptyset(&ending);
+  for (int sig : {SIGINT, SIGTERM, SIGHUP}) sigaddset(&ending, sig);
+  ::pthread_sigmask(SIG_BLOCK, &ending, &previous);
+  const bool made = ::mkdtemp(dirTemplate.data()) != nullptr;
+  if (made) {
+    profileDir_ = dirTemplate;
+    signalHandle_ = cleanUpOnSignal(profileDir_);
+  }
+  ::pthread_sigmask(SIG_SETMASK, &previous, nullptr);
+  if (!made) throw std::runtime_error("cannot create a temporary browser profile");
 
   const char* display = std::getenv("DISPLAY");
   const char* wayland = std::getenv("WAYLAND_DISPLAY");
