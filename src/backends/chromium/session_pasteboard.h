@@ -1,29 +1,32 @@
-// The pasteboard of a live session: the desktop clipboard through xclip or wl-copy where one of
-// them is installed and a display is there, otherwise a clipboard kept in the session itself.
+// The pasteboard of a live session: the desktop clipboard where there is one, every copy also
+// recorded as an event of the session.
 #pragma once
 
-#include <mutex>
 #include <optional>
 #include <string>
 
 #include "effects/event_log.h"
+#include "platform/desktop_pasteboard.h"
 #include "platform/pasteboard.h"
 
 namespace skimlet::chromium {
 
 class SessionPasteboard : public Pasteboard {
  public:
-  explicit SessionPasteboard(EventLog& events, bool useDesktop = true);
-  void clear() override;
-  bool setString(const std::string& text) override;
-  std::optional<std::string> string() override;
-  bool desktop() const { return !copyCommand_.empty(); }
+  explicit SessionPasteboard(EventLog& events, bool useDesktop = true) : events_(events), clipboard_(useDesktop) {}
+  void clear() override { clipboard_.clear(); }
+  // Always true: the text is kept by the session even when the desktop's tool fails.
+  bool setString(const std::string& text) override {
+    events_.pasteboard(text);
+    clipboard_.setString(text);
+    return true;
+  }
+  std::optional<std::string> string() override { return clipboard_.string(); }
+  bool desktop() const { return clipboard_.desktop(); }
 
  private:
   EventLog& events_;
-  std::mutex mutex_;
-  std::optional<std::string> text_;
-  std::string copyCommand_, pasteCommand_;
+  DesktopPasteboard clipboard_;
 };
 
 }  // namespace skimlet::chromium

@@ -9,11 +9,12 @@
 
 #include "platform/pasteboard.h"
 
-namespace skimlet::atspi {
+namespace skimlet {
 
 class DesktopPasteboard : public Pasteboard {
  public:
-  DesktopPasteboard();
+  // Without useDesktop the text is kept in this process only, whatever is installed.
+  explicit DesktopPasteboard(bool useDesktop = true);
   void clear() override;
   bool setString(const std::string& text) override;
   std::optional<std::string> string() override;
@@ -26,4 +27,4 @@ class DesktopPasteboard : public Pasteboard {
   std::optional<std::string> text_;
 };
 
-}  // namespace skimlet::atspi
+}  // namespace skimlet

@@ -1,11 +1,11 @@
-#include "backends/atspi/desktop_pasteboard.h"
+#include "platform/desktop_pasteboard.h"
 
 #include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
 
-namespace skimlet::atspi {
+namespace skimlet {
 
 namespace {
 bool installed(const char* path) { return ::access(path, X_OK) == 0; }
@@ -15,7 +15,8 @@ bool set(const char* name) {
 }
 }  // namespace
 
-DesktopPasteboard::DesktopPasteboard() {
+DesktopPasteboard::DesktopPasteboard(bool useDesktop) {
+  if (!useDesktop) return;
   if (set("WAYLAND_DISPLAY") && installed("/usr/bin/wl-copy") && installed("/usr/bin/wl-paste")) {
     copyCommand_ = "/usr/bin/wl-copy";
     pasteCommand_ = "/usr/bin/wl-paste --no-newline";
@@ -54,4 +55,4 @@ std::optional<std::string> DesktopPasteboard::string() {
   return text_;
 }
 
-}  // namespace skimlet::atspi
+}  // namespace skimlet
